@@ -1,0 +1,56 @@
+// Small text operations with the meanings that the reply recogniser was
+// designed around. Every text is a run of single bytes in the phone's
+// character set; nothing here knows about encodings or locales, and bytes
+// above 127 are compared as they are.
+//
+// The results are new strings, so a result never refers into a temporary.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace velk {
+
+// The bytes that count as white space when trimming without a set:
+// blank, tab, line feed, vertical tab, form feed, carriage return.
+inline constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
+
+// The first `count` bytes of `text`: all of it when `count` exceeds its
+// length, nothing when `count` is zero or negative.
+std::string Left(std::string_view text, int count);
+
+// The last `count` bytes of `text`, with the same limits as Left.
+std::string Right(std::string_view text, int count);
+
+// `text` up to the first byte that occurs in `set`; all of `text` when none
+// does. An empty set spans the whole text.
+std::string SpanExcluding(std::string_view text, std::string_view set);
+
+// `text` without every leading (TrimLeft) or trailing (TrimRight) byte that
+// occurs in `set`, in any order and any number.
+std::string TrimLeft(std::string_view text, std::string_view set);
+std::string TrimRight(std::string_view text, std::string_view set);
+
+// The same with white space as the set.
+std::string TrimLeft(std::string_view text);
+std::string TrimRight(std::string_view text);
+
+// Position of the first occurrence of `part` in `text`, or -1. An empty
+// `part` is found at 0.
+int Find(std::string_view text, std::string_view part);
+
+// True when `text` holds `part` anywhere.
+inline bool Contains(std::string_view text, std::string_view part) {
+    return Find(text, part) >= 0;
+}
+
+// Byte-for-byte equality: upper and lower case differ, and a zero byte is a
+// byte like any other.
+bool Equal(std::string_view a, std::string_view b);
+
+// True when `text` begins with `prefix`.
+inline bool BeginsWith(std::string_view text, std::string_view prefix) {
+    return Equal(Left(text, static_cast<int>(prefix.size())), prefix);
+}
+
+}  // namespace velk

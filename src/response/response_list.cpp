@@ -1,0 +1,20 @@
+#include "response/response_list.h"
+
+namespace velk {
+
+ATResponseRecord& CATResponseList::GetRecord(int32_t index) {
+    const std::size_t at = index < 0 ? 0 : static_cast<std::size_t>(index);
+    while (records_.size() <= at) records_.push_back(std::make_unique<ATResponseRecord>());
+    return *records_[at];
+}
+
+void CATResponseList::Restart() {
+    if (records_.empty()) {
+        GetRecord(0);
+        return;
+    }
+    records_.resize(1);
+    *records_[0] = ATResponseRecord{};
+}
+
+}  // namespace velk

@@ -1,0 +1,144 @@
+#include "response/response_tokeniser.h"
+
+#include <algorithm>
+
+#include "platform/string_ops.h"
+#include "response/param_validators.h"
+
+namespace velk {
+namespace {
+
+int Length(std::string_view text) {
+    return static_cast<int>(text.size());
+}
+
+// The first type of the signature that `value` passes, or paramNone.
+uint32_t FirstPassingType(std::string_view value, uint32_t count, const uint32_t* types) {
+    const uint32_t n = std::min<uint32_t>(count, kSignatureSize);
+    for (uint32_t i = 0; i < n; ++i) {
+        if (ValidateParam(value, types[i]) == 1) return types[i];
+    }
+    return paramNone;
+}
+
+void FillValue(ATResponseParam& node, ATResponseRecord& record, std::string value, uint32_t type,
+               std::size_t start) {
+    if (type == paramNone) {
+        node.legal = 0;
+        record.allLegal = 0;
+    } else {
+        node.type = type;
+    }
+    node.lastIndex = static_cast<int32_t>(value.size()) - 1;
+    node.text = std::move(value);
+    node.start = static_cast<uint32_t>(start);
+}
+
+void FillPunctuation(ATResponseParam& node, char mark, std::size_t start) {
+    node.type = paramPunctuation;
+    node.text.assign(1, mark);
+    node.start = static_cast<uint32_t>(start);
+}
+
+// A comma that only separates two values makes no node; one right before the
+// line end does, as an empty last parameter.
+bool SeparatorCommaAhead(std::string_view remaining) {
+    return remaining.size() >= 2 && remaining[0] == ',' && remaining[1] != '\r';
+}
+
+}  // namespace
+
+std::string NormaliseParameters(std::string_view text) {
+    std::string work = SpanExcluding(text, "\r\n") + "\r\n";
+    std::string out;
+    out.reserve(work.size());
+    std::size_t at = 0;  // front of `work` not yet taken
+    auto rest = [&] { return std::string_view(work).substr(at); };
+    while (!Equal(rest(), "\r\n") && !Equal(rest(), "\r")) {
+        const std::string piece = SpanExcluding(rest(), ",-)(\r");
+        at += piece.size();
+        out += TrimRight(TrimLeft(piece));
+        const char mark = work[at];
+        if (mark == ',') {
+            out += ',';
+            ++at;
+        } else if (mark == '-' || mark == '(' || mark == ')') {
+            out += mark;
+            at = work.find_first_not_of(mark, at);
+        }
+    }
+    out += '\r';
+    return out;
+}
+
+void WalkParameters(std::string_view rest, ATResponseRecord& record,
+                    const ResponseGrammarRow& row) {
+    const std::string normal = NormaliseParameters(rest);
+    // `consumed` is only ever measured, so its length stands for it. An
+    // unclosed quote makes it run one past the end of `normal`.
+    std::size_t consumed = 0;
+    std::string remaining = TrimLeft(normal);
+    auto advance = [&] { remaining = Right(normal, Length(normal) - static_cast<int>(consumed)); };
+
+    ATResponseParam* node = nullptr;
+    while (!remaining.empty() && !Equal(remaining, "\r\n") && !Equal(remaining, "\r")) {
+        node = node == nullptr ? &record.firstParam : record.AppendParam(*node);
+        const char first = remaining[0];
+        switch (first) {
+            case ',':
+                node->omitted = 1;
+                node->type = paramOmitted;
+                node->start = static_cast<uint32_t>(consumed);
+                consumed += 1;
+                advance();
+                break;
+            case '(':
+            case '-':
+                FillPunctuation(*node, first, consumed);
+                consumed += 1;
+                advance();
+                break;
+            case ')':
+                FillPunctuation(*node, first, consumed);
+                consumed += 1;
+                advance();
+                // The comma between two bracketed lists only separates them.
+                if (SeparatorCommaAhead(remaining)) {
+                    consumed += 1;
+                    advance();
+                }
+                break;
+            case '"': {
+                // No escape exists: the next quote ends the value, and without
+                // one the value runs to the end, CR included.
+                std::string value = SpanExcluding(std::string_view(remaining).substr(1), "\"");
+                const uint32_t type = FirstPassingType(value, row.quotedCount, row.quotedTypes);
+                const std::size_t width = value.size() + 2;
+                FillValue(*node, record, std::move(value), type, consumed);
+                consumed += width;
+                advance();
+                if (SeparatorCommaAhead(remaining)) {
+                    consumed += 1;
+                    advance();
+                }
+                break;
+            }
+            default: {
+                std::string value = SpanExcluding(remaining, ",-)\r");
+                const uint32_t type = FirstPassingType(value, row.plainCount, row.plainTypes);
+                const std::size_t width = value.size();
+                FillValue(*node, record, std::move(value), type, consumed);
+                consumed += width;
+                advance();
+                // A dash after a value stays: it becomes a node of its own.
+                if (SeparatorCommaAhead(remaining)) {
+                    consumed += 1;
+                    advance();
+                }
+                break;
+            }
+        }
+    }
+}
+
+}  // namespace velk

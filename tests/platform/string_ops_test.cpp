@@ -1,0 +1,75 @@
+#include "platform/string_ops.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace velk {
+namespace {
+
+using namespace std::string_literals;
+
+struct CutCase {
+    const char* text;
+    int count;
+    const char* left;
+    const char* right;
+};
+
+TEST(StringOps, LeftAndRightClampTheirCount) {
+    const CutCase cases[] = {
+        {"abcdef", 2, "ab", "ef"},
+        {"abcdef", 6, "abcdef", "abcdef"},
+        {"abcdef", 7, "abcdef", "abcdef"},
+        {"abcdef", 0, "", ""},
+        {"abcdef", -3, "", ""},
+        {"", 4, "", ""},
+    };
+    for (const CutCase& c : cases) {
+        SCOPED_TRACE(std::string(c.text) + " / " + std::to_string(c.count));
+        EXPECT_EQ(Left(c.text, c.count), c.left);
+        EXPECT_EQ(Right(c.text, c.count), c.right);
+    }
+}
+
+TEST(StringOps, SpanExcludingStopsAtAnyByteOfTheSet) {
+    EXPECT_EQ(SpanExcluding("+CPBR: 1,2", ":="), "+CPBR");
+    EXPECT_EQ(SpanExcluding("+CPBR=1:2", ":="), "+CPBR");
+    EXPECT_EQ(SpanExcluding("no separator", ":="), "no separator");
+    EXPECT_EQ(SpanExcluding(":first", ":"), "");
+    EXPECT_EQ(SpanExcluding("abc", ""), "abc");
+    EXPECT_EQ(SpanExcluding("ab\r\ncd", "\r\n"), "ab");
+}
+
+TEST(StringOps, TrimWithASetRemovesAnyMixOfItsBytes) {
+    EXPECT_EQ(TrimLeft("ATATA+CPBR", "AT"), "+CPBR");
+    EXPECT_EQ(TrimLeft("TAAT", "AT"), "");
+    EXPECT_EQ(TrimRight("\"\"x\"\"", "\""), "\"\"x");
+    EXPECT_EQ(TrimRight("value\r\n\r", "\r\n"), "value");
+    EXPECT_EQ(TrimLeft("--(-x-", "-"), "(-x-");
+    EXPECT_EQ(TrimLeft("abc", ""), "abc");
+}
+
+TEST(StringOps, TrimWithoutASetRemovesWhiteSpaceOnly) {
+    EXPECT_EQ(TrimLeft(" \t\r\n\v\fOK \r\n"), "OK \r\n");
+    EXPECT_EQ(TrimRight(" OK \t\r\n"), " OK");
+    EXPECT_EQ(TrimLeft(" \r\n"), "");
+    EXPECT_EQ(TrimRight("\xA0x\xA0"), "\xA0x\xA0");  // a high byte is no blank
+}
+
+TEST(StringOps, FindAndEqualCompareBytes) {
+    EXPECT_EQ(Find("AT+CPBR=1", "+CPBR"), 2);
+    EXPECT_EQ(Find("AT+CPBR=1", "+cpbr"), -1);
+    EXPECT_EQ(Find("abc", ""), 0);
+    EXPECT_TRUE(Contains("ATD123;", "ATD"));
+    EXPECT_FALSE(Contains("AT", "ATD"));
+    EXPECT_TRUE(Equal("OK\r", "OK\r"));
+    EXPECT_FALSE(Equal("ok\r", "OK\r"));
+    EXPECT_FALSE(Equal("OK\r"s, "OK\r\0"s));
+    EXPECT_TRUE(Equal("a\0b"s, "a\0b"s));
+    EXPECT_TRUE(BeginsWith("AT+RNGR=3", "AT+RNGR="));
+    EXPECT_FALSE(BeginsWith("AT+RNGR", "AT+RNGR="));
+}
+
+}  // namespace
+}  // namespace velk

@@ -1,0 +1,256 @@
+#include "response/response_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/message_numbers.h"
+#include "platform/thread_messages.h"
+#include "posted_errors.h"
+#include "serial/receive_queue.h"
+
+namespace velk {
+namespace {
+
+using namespace std::string_literals;
+
+// A receive queue the test fills: lines come out as the serial link hands
+// them over, in a buffer of exactly their length with no terminator.
+struct ScriptedLink {
+    std::deque<std::string> lines;
+    int buffersOut = 0;
+    std::vector<std::string> sent;
+
+    ReaderLink Link() {
+        return ReaderLink{[this](char*& buffer, uint32_t& length) {
+                              if (lines.empty()) return false;
+                              const std::string line = lines.front();
+                              lines.pop_front();
+                              length = static_cast<uint32_t>(line.size());
+                              buffer = new char[line.size()];
+                              std::memcpy(buffer, line.data(), line.size());
+                              ++buffersOut;
+                              return true;
+                          },
+                          [this](char*& buffer) {
+                              if (buffer == nullptr) return;
+                              delete[] buffer;
+                              buffer = nullptr;
+                              --buffersOut;
+                          },
+                          [this](std::string& text) {
+                              sent.push_back(text + "\r\n");
+                              for (char& c : text) {
+                                  if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+                              }
+                              return 1;
+                          }};
+    }
+};
+
+class ResponseReaderTest : public ::testing::Test {
+  protected:
+    ResponseReaderTest() : reader_(phone_.Link()) { DrainOwnQueue(); }
+    ~ResponseReaderTest() override {
+        EXPECT_EQ(phone_.buffersOut, 0);
+        DrainOwnQueue();
+    }
+
+    static void DrainOwnQueue() {
+        ThreadMessage m;
+        while (PeekThreadMessage(m, AT_MSG_REPLY_UNSOLICITED, AT_MSG_REPLY_UNSOLICITED)) {
+        }
+    }
+    static int RepliesOutOfTurnPosted() {
+        int count = 0;
+        ThreadMessage m;
+        while (PeekThreadMessage(m, AT_MSG_REPLY_UNSOLICITED, AT_MSG_REPLY_UNSOLICITED)) ++count;
+        return count;
+    }
+
+    testing::PostedErrors errors_;  // first: makes this thread's queue
+    ScriptedLink phone_;
+    CATResponseReader reader_;
+};
+
+TEST_F(ResponseReaderTest, MultiLineReplyIsOneReadPerLine) {
+    std::string command = "AT+CNUM";
+    phone_.lines = {"AT+CNUM\r\n", "+CNUM: \"one\",\"+34600000001\",145\r\n",
+                    "+CNUM: ,\"+34600000002\",145\r\n", "+CNUM: \"three\",\"1234567890\",129\r\n",
+                    "OK\r\n"};
+    struct Step {
+        int returned;
+        uint32_t finished;
+        uint32_t kind;
+        std::string firstText;
+    };
+    const Step steps[] = {
+        {0, 0, kindNone, ""},  // the echo
+        {1, 0, kindHeadLine, "one"},   {1, 0, kindHeadLine, ""},
+        {1, 0, kindHeadLine, "three"}, {0, 1, kindOk, ""},
+    };
+    for (const Step& s : steps) {
+        EXPECT_EQ(reader_.ReadSolicited(command), s.returned);
+        EXPECT_EQ(reader_.finished, s.finished);
+        const ATResponseRecord& record = reader_.lines.GetRecord(0);
+        EXPECT_EQ(record.kind, s.kind);
+        EXPECT_EQ(record.firstParam.text, s.firstText);
+    }
+    EXPECT_EQ(reader_.finalStatus(), kindOk);
+    EXPECT_TRUE(errors_.Take().empty());
+}
+
+TEST_F(ResponseReaderTest, RecordZeroHoldsOnlyTheLastLineWithItsChain) {
+    std::string command = "AT+CPBR=1";
+    phone_.lines = {"+CPBR: 1,\"+31234657899\",145,\"Mama GSM\"\r\n", "OK\r\n"};
+    ASSERT_EQ(reader_.ReadSolicited(command), 1);
+    const ATResponseRecord& record = reader_.lines.GetRecord(0);
+    EXPECT_EQ(record.text, "+CPBR: 1,\"+31234657899\",145,\"Mama GSM\"\r");
+    EXPECT_EQ(record.responseCode, 14u);
+    std::vector<std::string> texts;
+    for (const ATResponseParam* p = &record.firstParam; p != nullptr; p = p->next) {
+        texts.push_back(p->text);
+    }
+    EXPECT_EQ(texts, (std::vector<std::string>{"1", "+31234657899", "145", "Mama GSM"}));
+    EXPECT_EQ(reader_.matcher.current.firstParam.next, nullptr);  // handed to the record
+
+    EXPECT_EQ(reader_.ReadSolicited(command), 0);
+    EXPECT_EQ(reader_.lines.GetRecord(0).ParamCount(), 1u);
+    EXPECT_EQ(reader_.lines.GetRecord(0).kind, kindOk);
+}
+
+TEST_F(ResponseReaderTest, FinalLinesEndTheReply) {
+    struct Case {
+        const char* line;
+        uint32_t finished;
+        uint32_t status;
+    };
+    const Case cases[] = {
+        {"OK\r\n", 1, kindOk},
+        {"ERROR\r\n", 1, kindError},
+        {"+CME ERROR: 10\r\n", 1, kindError},
+        {"+CMS ERROR: 302\r\n", 1, kindError},
+        {"+CPIN: READY\r\n", 0, kindHeadLine},  // wrong head for the query: reported, waits
+        {"OK\r", 0, kindNone},                  // no line feed: reported, waits
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.line);
+        std::string command = "AT+RNGI";
+        phone_.lines = {c.line};
+        EXPECT_EQ(reader_.ReadSolicited(command), 0);
+        EXPECT_EQ(reader_.finished, c.finished);
+        EXPECT_EQ(reader_.finalStatus(), c.status);
+    }
+    EXPECT_EQ(errors_.Take().size(), 5u);
+}
+
+TEST_F(ResponseReaderTest, LinesOutOfTurnPostTheWorkerANotice) {
+    std::string command = "AT+CPBR=1";
+    phone_.lines = {"RING\r\n", "+CMTI: \"SM\",3\r\n", "+CPBR: 1,\"123\",129,\"A\"\r\n"};
+    EXPECT_EQ(reader_.ReadSolicited(command), 0);
+    EXPECT_EQ(RepliesOutOfTurnPosted(), 1);
+    EXPECT_EQ(reader_.lines.GetRecord(0).text, "RING\r");
+    EXPECT_EQ(reader_.lines.GetRecord(0).outOfTurn, 0u);  // stays with the matcher
+
+    EXPECT_EQ(reader_.ReadSolicited(command), 0);
+    EXPECT_EQ(RepliesOutOfTurnPosted(), 1);
+    EXPECT_EQ(reader_.pendingLine(), "+CMTI");
+    EXPECT_EQ(reader_.lines.GetRecord(0).responseCode, 29u);
+
+    EXPECT_EQ(reader_.ReadSolicited(command), 1);  // the reply goes on as before
+    EXPECT_EQ(RepliesOutOfTurnPosted(), 0);
+    EXPECT_EQ(reader_.finished, 0u);
+}
+
+TEST_F(ResponseReaderTest, ShortOrMissingLinesEndTheReadQuietly) {
+    std::string command = "AT";
+    const std::string lines[] = {"\r\n", "\n", "\0OK\r\n"s, "\0\0"s};
+    for (const std::string& line : lines) {
+        phone_.lines = {line};
+        EXPECT_EQ(reader_.ReadSolicited(command), 0);
+        EXPECT_EQ(reader_.lines.GetRecord(0).kind, kindNone);
+        EXPECT_TRUE(phone_.lines.empty());
+    }
+    EXPECT_EQ(reader_.ReadSolicited(command), 0);  // empty queue
+    EXPECT_EQ(reader_.ReadUnsolicited(), "");
+    EXPECT_TRUE(errors_.Take().empty());
+}
+
+TEST_F(ResponseReaderTest, AZeroByteCutsTheLine) {
+    std::string command = "AT+CSQ";
+    phone_.lines = {"+CSQ: 18\0,99\r\n"s};
+    EXPECT_EQ(reader_.ReadSolicited(command), 0);
+    EXPECT_EQ(errors_.Take(), std::vector<std::string>{"Response error for \"+CSQ: 18\"!"});
+    phone_.lines = {"\0+CMTI: \"SM\",1\r\n"s};
+    EXPECT_EQ(reader_.ReadUnsolicited(), "");
+    EXPECT_EQ(errors_.Take(), std::vector<std::string>{"Unsolicited\tresponse head error for !"});
+}
+
+TEST_F(ResponseReaderTest, IdleLinesGiveTheirHead) {
+    phone_.lines = {"+CMTI: \"ME\",1\r\n", "RING\r\n"};
+    EXPECT_EQ(reader_.ReadUnsolicited(), "+CMTI");
+    const ATResponseRecord& record = reader_.lines.GetRecord(0);
+    EXPECT_EQ(record.kind, kindHeadLine);
+    EXPECT_EQ(record.ParamCount(), 2u);
+    EXPECT_EQ(record.lineLength, 10u);  // the line less its head
+    EXPECT_EQ(reader_.ReadUnsolicited(), "RING\r\n");
+    EXPECT_EQ(reader_.lines.GetRecord(0).kind, kindPlainText);
+}
+
+TEST_F(ResponseReaderTest, SentCommandIsComparedInCapitals) {
+    std::string command = "AT+CPBS=\"sm\"";
+    EXPECT_EQ(reader_.SendCommand(command), 1);
+    EXPECT_EQ(phone_.sent, std::vector<std::string>{"AT+CPBS=\"sm\"\r\n"});
+    EXPECT_EQ(command, "AT+CPBS=\"SM\"");
+    phone_.lines = {"AT+CPBS=\"SM\"\r\n", "OK\r\n"};
+    EXPECT_EQ(reader_.ReadSolicited(command), 0);
+    EXPECT_EQ(reader_.lines.GetRecord(0).kind, kindNone);
+    EXPECT_EQ(reader_.ReadSolicited(command), 0);
+    EXPECT_EQ(reader_.finished, 1u);
+}
+
+TEST(ResponseList, HandsOutEveryIndexAndRestartsFresh) {
+    CATResponseList list;
+    ATResponseRecord& third = list.GetRecord(2);
+    third.text = "x";
+    EXPECT_EQ(list.Size(), 3u);
+    EXPECT_EQ(&list.GetRecord(2), &third);
+    EXPECT_EQ(&list.GetRecord(-1), &list.GetRecord(0));
+    ATResponseRecord& first = list.GetRecord(0);
+    first.AppendParam(first.firstParam);
+    first.text = "old";
+    list.Restart();
+    EXPECT_EQ(list.Size(), 1u);
+    EXPECT_EQ(list.GetRecord(0).text, "");
+    EXPECT_EQ(list.GetRecord(0).ParamCount(), 1u);
+}
+
+}  // namespace
+}  // namespace velk
+
+namespace velk {
+namespace {
+
+TEST(ResponseReaderOnTheSerialQueue, TakesQueuedLinesInOrder) {
+    testing::PostedErrors errors;
+    ClearLines();
+    CATResponseReader reader;
+    const std::string lines[] = {"+RNGI: 2,\"tone\"\r\n", "OK\r\n"};
+    for (const std::string& line : lines) {
+        ASSERT_EQ(PushLine(line.data(), static_cast<uint32_t>(line.size())), 1);
+    }
+    std::string command = "AT+RNGI";
+    EXPECT_EQ(reader.ReadSolicited(command), 1);
+    EXPECT_EQ(reader.lines.GetRecord(0).responseCode, 77u);
+    EXPECT_EQ(reader.ReadSolicited(command), 0);
+    EXPECT_EQ(reader.finished, 1u);
+    EXPECT_EQ(HasLine(), 0);
+    EXPECT_TRUE(errors.Take().empty());
+}
+
+}  // namespace
+}  // namespace velk
