@@ -11,10 +11,11 @@ namespace velk {
 
 namespace {
 
-// A chunk with index 1 opens a transfer and tells how many chunks follow; the
-// chunk with index 255 closes it and tells the length of its body.
+// The first chunk of a transfer tells how it is split (chunk count and rest);
+// a chunk with index 255 tells the length of its body instead. Every other
+// chunk leaves both places empty.
 constexpr uint8_t kOpeningChunk = 1;
-constexpr uint8_t kClosingChunk = 255;
+constexpr uint8_t kLengthChunk = 255;
 // A tone or image write of kind 1 carries no chunk: the line ends after it.
 constexpr uint8_t kKindWithoutChunk = 1;
 // A logo write with chunk index 0 carries no chunk either.
@@ -79,7 +80,7 @@ void AppendNested(std::string& line, std::initializer_list<Param> params, bool c
 // by its comma:  255: "<bodyLength>,,"  1: "<chunkCount>,<chunkRest>,"  else ",,".
 template <typename Chunk>
 void AppendChunkPlace(std::string& line, const Chunk& chunk) {
-    if (chunk.chunkIndex == kClosingChunk) {
+    if (chunk.chunkIndex == kLengthChunk) {
         line += EncodeNumber(chunk.bodyLength) + ",,";
     } else if (chunk.chunkIndex == kOpeningChunk) {
         line += EncodeNumber(chunk.chunkCount) + ',' + EncodeNumber(chunk.chunkRest) + ',';
@@ -369,7 +370,7 @@ void AddImageChunk(RequestForms& r, std::string& line) {
 void AddPlayChunk(RequestForms& r, std::string& line) {
     const RequestPlayChunk& chunk = r.playChunk;
     line += EncodeNumber(chunk.slot) + ',' + EncodeNumber(chunk.chunkIndex) + ',';
-    if (chunk.chunkIndex == kClosingChunk) {
+    if (chunk.chunkIndex == kLengthChunk) {
         line += EncodeNumber(chunk.value) + ',';
     } else if (chunk.chunkIndex == kOpeningChunk) {
         line += EncodeNumber(chunk.chunkCount) + ',' + EncodeNumber(chunk.chunkRest) + ',';
