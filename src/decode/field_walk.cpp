@@ -1,0 +1,183 @@
+#include "decode/field_walk.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "decode/decoder_state.h"
+#include "decode/value_conversions.h"
+#include "engine/message_numbers.h"
+#include "engine/thread_ids.h"
+
+namespace velk {
+namespace {
+
+void PutInt(ATCommandBlock& block, uint16_t offset, int32_t value) {
+    std::memcpy(PayloadOf(block) + offset, &value, sizeof value);
+}
+
+void PutByte(ATCommandBlock& block, uint16_t offset, int32_t value) {
+    PayloadOf(block)[offset] = static_cast<unsigned char>(value & 0xFF);
+}
+
+char* TextAt(ATCommandBlock& block, uint16_t offset) {
+    return reinterpret_cast<char*>(PayloadOf(block) + offset);
+}
+
+using Name = char[kNameFieldSize];
+
+uint32_t PutName(ATCommandBlock& block, uint16_t offset, const std::string& text) {
+    return ParamToName(*reinterpret_cast<Name*>(TextAt(block, offset)), text);
+}
+
+// "460-00": the country code before the first dash, the network code behind
+// it. A text without a dash is all country code.
+void PutCodes(ATCommandBlock& block, const FieldSpec& spec, const std::string& text) {
+    std::size_t dash = text.find('-');
+    PutName(block, spec.offset, text.substr(0, dash));
+    PutName(block, spec.lengthOffset, dash == std::string::npos ? "" : text.substr(dash + 1));
+}
+
+// The image parameter is three two-digit numbers, "250010". Anything else is
+// reported to the transfer thread and leaves the three numbers 0.
+void PutAnimParam(ATCommandBlock& block, uint16_t offset, const std::string& text) {
+    std::vector<uint8_t> numbers;
+    if (ParamToByteList(text, numbers) == 1 && numbers.size() == 3) {
+        std::memcpy(PayloadOf(block) + offset, numbers.data(), 3);
+        return;
+    }
+    ATCommandBlock* error = AllocCommandBlock();
+    if (error == nullptr) return;
+    error->resultId = kResultError;
+    ParamToText256(error->result.error.message, "animParam " + text + " is not right");
+    PostResultBlock(error, kPostRetryPauseMs);
+}
+
+void PutWords(ATCommandBlock& block, uint16_t offset, const ATResponseParam* cursor) {
+    WordList* list = nullptr;
+    std::memcpy(&list, PayloadOf(block) + offset, sizeof list);
+    if (list == nullptr) {
+        list = NewWordList();
+        if (list == nullptr) return;
+        std::memcpy(PayloadOf(block) + offset, &list, sizeof list);
+    }
+    for (; cursor != nullptr; cursor = cursor->next) {
+        list->push_back(static_cast<uint16_t>(ParamToInt(cursor->text)));
+    }
+}
+
+// Every group of a reply made of several lists, "(...),(...)", one after the
+// other, separated by commas; empty parameters between groups are passed over.
+const ATResponseParam* FlattenGroups(const ATResponseParam* cursor, std::string& out) {
+    const ATResponseParam* last = cursor;
+    while (cursor != nullptr) {
+        if (cursor->omitted == 1) {
+            last = cursor;
+            cursor = cursor->next;
+            continue;
+        }
+        std::string group;
+        last = FlattenList(cursor, true, group);
+        if (!out.empty()) out += ',';
+        out += group;
+        cursor = last->next;
+    }
+    return last;
+}
+
+// Reads one field from `cursor`; returns the last node it took.
+const ATResponseParam* ReadField(ATCommandBlock& block, const FieldSpec& spec,
+                                 const ATResponseParam* cursor) {
+    if (spec.optional && cursor->omitted == 1) return cursor;
+    const std::string& text = cursor->text;
+    switch (spec.kind) {
+        case FieldKind::kSkip:
+            break;
+        case FieldKind::kInt:
+            PutInt(block, spec.offset, ParamToInt(text));
+            break;
+        case FieldKind::kIntIfText:
+            if (!text.empty()) PutInt(block, spec.offset, ParamToInt(text));
+            break;
+        case FieldKind::kByte:
+            PutByte(block, spec.offset, ParamToInt(text));
+            break;
+        case FieldKind::kShortText:
+            ParamToText32(TextAt(block, spec.offset), spec.size, text);
+            break;
+        case FieldKind::kLongText:
+            ParamToText256(TextAt(block, spec.offset), spec.size, text);
+            break;
+        case FieldKind::kLongTextLength:
+            PutByte(
+                block, spec.lengthOffset,
+                static_cast<int32_t>(ParamToText256(TextAt(block, spec.offset), spec.size, text)));
+            break;
+        case FieldKind::kName:
+            PutByte(block, spec.lengthOffset,
+                    static_cast<int32_t>(PutName(block, spec.offset, text)));
+            break;
+        case FieldKind::kCodes:
+            PutCodes(block, spec, text);
+            break;
+        case FieldKind::kAnimParam:
+            if (cursor->omitted == 0) PutAnimParam(block, spec.offset, text);
+            break;
+        case FieldKind::kList:
+        case FieldKind::kListNoCommas: {
+            std::string flat;
+            const ATResponseParam* end = FlattenList(cursor, spec.kind == FieldKind::kList, flat);
+            CopyCut(TextAt(block, spec.offset), spec.size, flat);
+            return end;
+        }
+        case FieldKind::kListOfLists: {
+            std::string flat;
+            const ATResponseParam* end = FlattenGroups(cursor, flat);
+            CopyCut(TextAt(block, spec.offset), spec.size, flat);
+            return end;
+        }
+        case FieldKind::kWordList: {
+            PutWords(block, spec.offset, cursor);
+            const ATResponseParam* end = cursor;
+            while (end->next != nullptr) end = end->next;
+            return end;
+        }
+    }
+    return cursor;
+}
+
+}  // namespace
+
+void CopyCut(char* dest, std::size_t size, const std::string& text) {
+    if (size == 0) return;
+    std::size_t n = std::min(text.size(), size - 1);
+    std::memcpy(dest, text.data(), n);
+    dest[n] = '\0';
+}
+
+const ATResponseParam* FlattenList(const ATResponseParam* cursor, bool commas, std::string& out) {
+    out = cursor->text;
+    const ATResponseParam* node = cursor->next;
+    if (node == nullptr) return cursor;
+    while (node->next != nullptr && node->next->text != ")") {
+        out += node->text;
+        if (commas) out += ',';
+        node = node->next;
+    }
+    if (node->next == nullptr) return node;
+    out += node->text;
+    node = node->next;
+    out += node->text;
+    return node;
+}
+
+const ATResponseParam* WalkFields(ATCommandBlock& block, const ATResponseParam* cursor,
+                                  FieldList fields) {
+    for (const FieldSpec& spec : fields) {
+        if (cursor == nullptr) break;
+        cursor = ReadField(block, spec, cursor)->next;
+    }
+    return cursor;
+}
+
+}  // namespace velk

@@ -1,0 +1,76 @@
+#include "decode/solicited_cases.h"
+
+#include <cstddef>
+
+#include "engine/result_forms.h"
+
+namespace velk {
+namespace {
+
+// The shapes of the part lines.
+// +RNGR: <index>,<name>,<part>,<parts>,<size or length>,<size low>,"<text>",<check>
+// +IMGR: the same with the image parameter digits before the text.
+// +LOGOR: <index>,<type>,<country>-<network>,<parts>,<part>, then the tone tail.
+
+#define VELK_PART_HEAD(Form)                                                          \
+    VELK_BYTE(Form, index), VELK_NAME(Form, name, nameLength), VELK_BYTE(Form, part), \
+        VELK_BYTE(Form, totalParts)
+
+constexpr FieldSpec kToneHead[] = {VELK_PART_HEAD(ResultTonePart)};
+constexpr FieldSpec kToneOnly[] = {VELK_BYTE(ResultTonePart, textLength), VELK_SKIP,
+                                   VELK_LONG(ResultTonePart, text),
+                                   VELK_BYTE(ResultTonePart, partCheck)};
+constexpr FieldSpec kToneFirst[] = {
+    VELK_BYTE(ResultTonePart, sizeHigh), VELK_BYTE(ResultTonePart, sizeLow),
+    VELK_TEXT_LENGTH(ResultTonePart, text, textLength), VELK_BYTE(ResultTonePart, partCheck)};
+constexpr FieldSpec kToneLater[] = {VELK_SKIP, VELK_SKIP,
+                                    VELK_TEXT_LENGTH(ResultTonePart, text, textLength),
+                                    VELK_BYTE(ResultTonePart, partCheck)};
+
+#define VELK_ANIM_PARAM                                                          \
+    FieldSpec {                                                                  \
+        FieldKind::kAnimParam, true, offsetof(ResultImagePart, animParam1), 0, 0 \
+    }
+
+constexpr FieldSpec kImageHead[] = {VELK_PART_HEAD(ResultImagePart)};
+constexpr FieldSpec kImageOnly[] = {VELK_BYTE(ResultImagePart, textLength), VELK_SKIP,
+                                    VELK_ANIM_PARAM, VELK_LONG(ResultImagePart, text),
+                                    VELK_BYTE(ResultImagePart, partCheck)};
+constexpr FieldSpec kImageFirst[] = {
+    VELK_BYTE(ResultImagePart, sizeHigh), VELK_BYTE(ResultImagePart, sizeLow), VELK_ANIM_PARAM,
+    VELK_TEXT_LENGTH(ResultImagePart, text, textLength), VELK_BYTE(ResultImagePart, partCheck)};
+constexpr FieldSpec kImageLater[] = {VELK_SKIP, VELK_SKIP, VELK_ANIM_PARAM,
+                                     VELK_TEXT_LENGTH(ResultImagePart, text, textLength),
+                                     VELK_BYTE(ResultImagePart, partCheck)};
+
+constexpr FieldSpec kLogoHead[] = {
+    VELK_BYTE(ResultLogoPart, index),
+    VELK_BYTE(ResultLogoPart, logoType),
+    FieldSpec{FieldKind::kCodes, false, offsetof(ResultLogoPart, countryCode),
+              sizeof(ResultLogoPart::countryCode), offsetof(ResultLogoPart, networkCode)},
+    VELK_BYTE(ResultLogoPart, totalParts),
+    VELK_BYTE(ResultLogoPart, part),
+};
+// A logo keeps the text length only in an only part.
+constexpr FieldSpec kLogoOnly[] = {VELK_BYTE(ResultLogoPart, textLength), VELK_SKIP,
+                                   VELK_LONG(ResultLogoPart, text),
+                                   VELK_BYTE(ResultLogoPart, partCheck)};
+constexpr FieldSpec kLogoFirst[] = {
+    VELK_BYTE(ResultLogoPart, sizeHigh), VELK_BYTE(ResultLogoPart, sizeLow),
+    VELK_LONG(ResultLogoPart, text), VELK_BYTE(ResultLogoPart, partCheck)};
+constexpr FieldSpec kLogoLater[] = {VELK_SKIP, VELK_SKIP, VELK_LONG(ResultLogoPart, text),
+                                    VELK_BYTE(ResultLogoPart, partCheck)};
+
+#undef VELK_PART_HEAD
+#undef VELK_ANIM_PARAM
+
+}  // namespace
+
+const PartShape kTonePart{kToneHead, offsetof(ResultTonePart, part), kToneOnly, kToneFirst,
+                          kToneLater};
+const PartShape kImagePart{kImageHead, offsetof(ResultImagePart, part), kImageOnly, kImageFirst,
+                           kImageLater};
+const PartShape kLogoPart{kLogoHead, offsetof(ResultLogoPart, part), kLogoOnly, kLogoFirst,
+                          kLogoLater};
+
+}  // namespace velk

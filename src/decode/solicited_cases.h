@@ -1,0 +1,48 @@
+// The table of cases of the solicited decoder: for each command id that has an
+// information line, the result form its line fills.
+#pragma once
+
+#include <cstdint>
+
+#include "decode/field_walk.h"
+#include "response/response_record.h"
+
+namespace velk {
+
+// The fixed head of a tone, image or logo part line and the three tails that
+// follow it, chosen by the part number the head gave.
+struct PartShape {
+    FieldList head;
+    uint16_t partOffset;  // of the `part` byte, read back after the head
+    FieldList onlyPart;   // part 255
+    FieldList firstPart;  // part 1
+    FieldList laterPart;  // any other part
+};
+
+// What one information line becomes: a result id and its fields, or for a
+// part line its shape. resultId 0: the line gives no block.
+struct SolicitedForm {
+    int32_t resultId = 0;
+    FieldList fields;
+    const PartShape* part = nullptr;
+};
+
+// The shapes of the three part lines.
+extern const PartShape kTonePart;
+extern const PartShape kImagePart;
+extern const PartShape kLogoPart;
+
+// The forms chosen by the process-wide selectors: a +CMGR line by
+// messageReadForm, a +CMGL line by messageListForm (a raw line is the body of
+// the message before it), a service line by serviceReplyKind.
+SolicitedForm MessageReadForm(const ATResponseRecord& line);
+SolicitedForm MessageListForm(const ATResponseRecord& line);
+SolicitedForm ServiceReplyForm();
+
+// Chooses the form for a line of the reply to `commandId`. Message reads pick
+// their form by the message-form selectors and by whether the line is a
+// header or a body line; service replies by the kind of the last service
+// line seen.
+SolicitedForm ChooseSolicitedForm(int32_t commandId, const ATResponseRecord& line);
+
+}  // namespace velk
