@@ -1,0 +1,50 @@
+#include "serial/line_assembler.h"
+
+namespace velk {
+namespace {
+
+constexpr char kCr = '\r';
+constexpr char kLf = '\n';
+
+}  // namespace
+
+void LineAssembler::Feed(const char* bytes, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) Deliver(bytes[i]);
+}
+
+void LineAssembler::Reset() {
+    lineLength_ = 0;
+    discarding_ = false;
+    discardSawCr_ = false;
+}
+
+void LineAssembler::Deliver(char byte) {
+    if (discarding_) {
+        Discard(byte);
+        return;
+    }
+    if (lineLength_ >= kLineCapacity) {
+        // Full and still no end: this line can never be handed on whole. Drop
+        // it, remembering whether it stopped right after its CR.
+        discarding_ = true;
+        discardSawCr_ = lineBuffer_[kLineCapacity - 1] == kCr;
+        lineLength_ = 0;
+        Discard(byte);
+        return;
+    }
+    lineBuffer_[lineLength_++] = byte;
+    if (byte != kLf || lineLength_ < 2 || lineBuffer_[lineLength_ - 2] != kCr) return;
+    if (lineLength_ > 2) sink_(lineBuffer_.data(), lineLength_);
+    lineLength_ = 0;
+}
+
+void LineAssembler::Discard(char byte) {
+    if (byte == kLf && discardSawCr_) {
+        discarding_ = false;
+        discardSawCr_ = false;
+        return;
+    }
+    discardSawCr_ = byte == kCr;
+}
+
+}  // namespace velk

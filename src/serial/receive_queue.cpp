@@ -1,0 +1,86 @@
+#include "serial/receive_queue.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <new>
+#include <string>
+
+namespace velk {
+namespace {
+
+struct ReceiveQueue {
+    std::mutex lock;
+    std::deque<std::string> lines;
+};
+
+ReceiveQueue& TheQueue() {
+    static ReceiveQueue queue;
+    return queue;
+}
+
+}  // namespace
+
+int PushLine(const char* bytes, uint32_t count) {
+    ReceiveQueue& queue = TheQueue();
+    try {
+        std::string line(bytes, count);
+        std::lock_guard<std::mutex> hold(queue.lock);
+        queue.lines.push_back(std::move(line));
+    } catch (const std::bad_alloc&) {
+        return 0;
+    }
+    return 1;
+}
+
+int HasLine() {
+    ReceiveQueue& queue = TheQueue();
+    std::lock_guard<std::mutex> hold(queue.lock);
+    return queue.lines.empty() ? 0 : 1;
+}
+
+uint32_t HeadLength() {
+    ReceiveQueue& queue = TheQueue();
+    std::lock_guard<std::mutex> hold(queue.lock);
+    return queue.lines.empty() ? 0 : static_cast<uint32_t>(queue.lines.front().size());
+}
+
+void PopLine(char* buffer) {
+    ReceiveQueue& queue = TheQueue();
+    std::lock_guard<std::mutex> hold(queue.lock);
+    if (queue.lines.empty()) return;
+    const std::string& line = queue.lines.front();
+    std::memcpy(buffer, line.data(), line.size());
+    queue.lines.pop_front();
+}
+
+int ClearLines() {
+    ReceiveQueue& queue = TheQueue();
+    std::lock_guard<std::mutex> hold(queue.lock);
+    queue.lines.clear();
+    return 1;
+}
+
+bool TakeLine(char*& buffer, uint32_t& length) {
+    ReceiveQueue& queue = TheQueue();
+    std::lock_guard<std::mutex> hold(queue.lock);
+    if (queue.lines.empty()) return false;
+    const std::string& line = queue.lines.front();
+    // One byte more than the line, left 0, so that a reader that treats the
+    // line as a C string stops at its end.
+    char* copy = static_cast<char*>(std::calloc(line.size() + 1, 1));
+    if (copy == nullptr) return false;
+    std::memcpy(copy, line.data(), line.size());
+    length = static_cast<uint32_t>(line.size());
+    buffer = copy;
+    queue.lines.pop_front();
+    return true;
+}
+
+void ReleaseLine(char*& buffer) {
+    std::free(buffer);
+    buffer = nullptr;
+}
+
+}  // namespace velk

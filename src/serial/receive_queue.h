@@ -1,0 +1,36 @@
+// The lines that the serial reader has taken from the phone, waiting for the
+// worker. One queue per process. Each line is held with its CR LF and with no
+// NUL. The reader pushes, the worker takes; every call holds the queue's lock.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace velk {
+
+// Appends a copy of `count` bytes. Returns 1 (0 only when out of memory).
+int PushLine(const char* bytes, uint32_t count);
+
+// 1 when a line waits.
+int HasLine();
+
+// The byte count of the first line, 0 when none waits.
+uint32_t HeadLength();
+
+// Copies the first line to `buffer`, which holds HeadLength() bytes, and
+// drops it from the queue. Does nothing when none waits.
+void PopLine(char* buffer);
+
+// Drops every line. Returns 1.
+int ClearLines();
+
+// Takes the first line into a new zeroed buffer of `length` bytes plus a NUL
+// that is not counted. False, with both arguments left as they are, when no
+// line waits (or no memory is left: the line then stays). The buffer goes
+// back through ReleaseLine.
+bool TakeLine(char*& buffer, uint32_t& length);
+
+// Frees a buffer of TakeLine and nulls the pointer; a null pointer is fine.
+void ReleaseLine(char*& buffer);
+
+}  // namespace velk

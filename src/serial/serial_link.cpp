@@ -1,0 +1,224 @@
+#include "serial/serial_link.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <string>
+#include <system_error>
+
+#include "engine/message_numbers.h"
+#include "serial/port_devices.h"
+#include "serial/receive_queue.h"
+
+namespace velk {
+namespace {
+
+// A worker whose queue is full gets this long to make room before the next try.
+constexpr auto kPostRetryPause = std::chrono::milliseconds(50);
+
+// One read takes at most what the port's input buffer holds.
+constexpr std::size_t kChunkSize = 8192;
+
+}  // namespace
+
+CSerialLink& CSerialLink::Instance() {
+    // Never destroyed: a reader that ended by itself may still wait to be
+    // joined when the process exits.
+    static CSerialLink* const link = new CSerialLink();
+    return *link;
+}
+
+CSerialLink::CSerialLink()
+    : assembler_([this](const char* line, uint32_t length) { OnLine(line, length); }) {}
+
+int CSerialLink::StartLink(ThreadId worker, uint8_t port, uint32_t baudRate, bool softwareFlow) {
+    std::lock_guard<std::mutex> life(lifecycleMutex_);
+    CloseAll();
+    ResetState();
+    stopRequested_.store(false);
+
+    std::string path;
+    if (!PortDevicePath(port, path)) return FailStart(TtyFault::kOpenRefused, ENOENT);
+    TtyFault fault = TtyFault::kNone;
+    const int fd = OpenTtyPort(path.c_str(), fault);
+    if (fd < 0) return FailStart(fault, errno);
+    fault = ConfigureTtyPort(fd, baudRate, softwareFlow);
+    if (fault != TtyFault::kNone) {
+        const int error = errno;
+        CloseTtyPort(fd);
+        return FailStart(fault, error);
+    }
+    bool stopOpen;
+    {
+        std::lock_guard<std::mutex> hold(controlMutex_);
+        stopOpen = stop_.Open();
+    }
+    if (!stopOpen) {
+        const int error = errno;
+        CloseTtyPort(fd);
+        return FailStart(TtyFault::kOpenRefused, error);
+    }
+
+    workerThreadId_.store(worker);
+    portFd_.store(fd);
+    linkClosed_.store(0);
+    try {
+        reader_ = std::thread(&CSerialLink::ReaderLoop, this);
+    } catch (const std::system_error& e) {
+        linkClosed_.store(1);
+        {
+            std::lock_guard<std::mutex> hold(writeMutex_);
+            ClosePort();
+        }
+        CloseStop();
+        ResetState();
+        return FailStart(TtyFault::kOpenRefused, e.code().value());
+    }
+    // DTR goes up once the reader runs, so that nothing the phone sends on
+    // seeing it is missed. The reader may have closed a port that hung up
+    // at once; then there is nothing to raise.
+    {
+        std::lock_guard<std::mutex> hold(writeMutex_);
+        const int open = portFd_.load();
+        if (open >= 0) SetTtyDtr(open, true);
+    }
+    lastFault_.store(TtyFault::kNone);
+    lastError_.store(0);
+    return 1;
+}
+
+int CSerialLink::FailStart(TtyFault fault, int error) {
+    lastFault_.store(fault);
+    lastError_.store(error);
+    return 0;
+}
+
+void CSerialLink::StopLink() {
+    std::lock_guard<std::mutex> life(lifecycleMutex_);
+    if (CloseAll()) PostToWorker(AT_MSG_LINK_DOWN);
+    ResetState();
+}
+
+void CSerialLink::RequestStop() {
+    stopRequested_.store(true);
+    std::lock_guard<std::mutex> hold(controlMutex_);
+    stop_.Set();
+}
+
+void CSerialLink::ResetReceive() {
+    receivePaused_.store(1);
+    {
+        // Holding the reader's lock, no read can fall between the flush and
+        // the emptying of the queue: what was read before is thrown away
+        // with it, what comes after is new.
+        std::lock_guard<std::mutex> receive(receiveMutex_);
+        ClearLines();
+        assembler_.Reset();
+        std::lock_guard<std::mutex> hold(writeMutex_);
+        const int fd = portFd_.load();
+        if (fd >= 0) FlushTtyPort(fd);
+    }
+    receivePaused_.store(0);
+}
+
+void CSerialLink::PostToWorker(uint32_t message) {
+    for (;;) {
+        const ThreadId worker = workerThreadId_.load();
+        if (worker == kNoThread || !ThreadQueueAlive(worker)) return;
+        if (PostThreadMessage(worker, message, 0, 0)) return;
+        // While stopping, the worker may be the caller itself, or about to
+        // end: waiting for room could wait for ever.
+        if (stopRequested_.load()) return;
+        std::this_thread::sleep_for(kPostRetryPause);
+    }
+}
+
+void CSerialLink::FailLink() {
+    if (linkClosed_.exchange(1) != 0) return;
+    {
+        std::lock_guard<std::mutex> hold(controlMutex_);
+        stop_.Set();
+    }
+    PostToWorker(AT_MSG_LINK_DOWN);
+    {
+        // A writer woken by the stop has let go of the port by now.
+        std::lock_guard<std::mutex> hold(writeMutex_);
+        ClosePort();
+    }
+    CloseStop();
+    ResetState();
+}
+
+int CSerialLink::WritePort(const char* bytes, std::size_t count) {
+    std::lock_guard<std::mutex> hold(writeMutex_);
+    const int fd = portFd_.load();
+    // Once a stop is asked for, the link is on its way down; a command
+    // written now could only delay it.
+    if (fd < 0 || stopRequested_.load()) return 0;
+    return WriteTtyPort(fd, stop_.Fd(), bytes, count) ? 1 : 0;
+}
+
+void CSerialLink::ReaderLoop() {
+    BlockSignalsOnThisThread();
+    LowerThisThreadPriority();
+    // Both stay open until this thread has ended or has closed them itself.
+    const int fd = portFd_.load();
+    const int stopFd = stop_.Fd();
+    std::array<char, kChunkSize> chunk;
+    for (;;) {
+        const PortEvent event = WaitForPortInput(fd, stopFd);
+        if (event == PortEvent::kStopped) return;
+        if (event == PortEvent::kFailed) {
+            FailLink();
+            return;
+        }
+        long count;
+        {
+            std::lock_guard<std::mutex> receive(receiveMutex_);
+            count = ReadTtyPort(fd, chunk.data(), chunk.size());
+            if (count > 0) assembler_.Feed(chunk.data(), static_cast<std::size_t>(count));
+        }
+        if (count < 0) {
+            FailLink();
+            return;
+        }
+    }
+}
+
+void CSerialLink::OnLine(const char* line, uint32_t length) {
+    if (PushLine(line, length) != 0) PostToWorker(AT_MSG_LINE_RECEIVED);
+}
+
+bool CSerialLink::CloseAll() {
+    const bool wasStanding = linkClosed_.exchange(1) == 0;
+    RequestStop();
+    if (reader_.joinable()) reader_.join();
+    {
+        std::lock_guard<std::mutex> hold(writeMutex_);
+        ClosePort();
+    }
+    CloseStop();
+    return wasStanding;
+}
+
+void CSerialLink::ClosePort() {
+    const int fd = portFd_.exchange(-1);
+    if (fd >= 0) CloseTtyPort(fd);
+}
+
+void CSerialLink::CloseStop() {
+    std::lock_guard<std::mutex> hold(controlMutex_);
+    stop_.Close();
+}
+
+void CSerialLink::ResetState() {
+    workerThreadId_.store(kNoThread);
+    ClearLines();
+    {
+        std::lock_guard<std::mutex> receive(receiveMutex_);
+        assembler_.Reset();
+    }
+    receivePaused_.store(0);
+}
+
+}  // namespace velk

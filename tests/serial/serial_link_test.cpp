@@ -1,0 +1,366 @@
+// The link end to end on a pseudo-terminal, with the fake phone on the other
+// side. The test thread plays the worker: the link posts its messages to it.
+#include "serial/serial_link.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "engine/message_numbers.h"
+#include "platform/thread_messages.h"
+#include "platform/tty_baud.h"
+#include "platform/tty_port.h"
+#include "serial/port_devices.h"
+#include "serial/receive_queue.h"
+#include "serial/transmit_path.h"
+#include "support/fake_phone.h"
+
+namespace velk {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr uint8_t kPort = 42;
+constexpr uid_t kNobody = 65534;
+
+std::size_t CountEntries(const char* directory) {
+    std::size_t count = 0;
+    if (DIR* dir = opendir(directory)) {
+        while (const dirent* entry = readdir(dir)) {
+            if (entry->d_name[0] != '.') ++count;
+        }
+        closedir(dir);
+    }
+    return count;
+}
+
+struct Resources {
+    std::size_t descriptors = CountEntries("/proc/self/fd");
+    std::size_t threads = CountEntries("/proc/self/task");
+    bool operator==(const Resources&) const = default;
+};
+
+// A reader that ended by itself may take a moment to leave the task list.
+bool ResourcesBecome(const Resources& wanted, milliseconds within) {
+    const auto end = steady_clock::now() + within;
+    while (!(Resources{} == wanted)) {
+        if (steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(milliseconds(5));
+    }
+    return true;
+}
+
+// Runs `body` in a child process and returns its exit status.
+template <typename Body>
+int InChild(Body body) {
+    const pid_t child = fork();
+    if (child == 0) _exit(body());
+    int status = -1;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class LinkOnPty : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(phone_.IsOpen());
+        ASSERT_EQ(SetPortDevice(kPort, phone_.DevicePath().c_str()), 1);
+        worker_ = EnsureThreadQueue();
+        Drain();
+    }
+    void TearDown() override {
+        Link().StopLink();
+        Drain();
+        SetPortDevice(kPort, nullptr);
+    }
+
+    static CSerialLink& Link() { return CSerialLink::Instance(); }
+    int Start(bool softwareFlow = true, uint32_t baudRate = 115200) {
+        return Link().StartLink(worker_, kPort, baudRate, softwareFlow);
+    }
+    static void Drain() {
+        ThreadMessage m;
+        while (PeekThreadMessage(m)) {
+        }
+    }
+    // The number of the next message, 0 when none comes in time.
+    static uint32_t NextMessage(uint32_t timeoutMs = 2000) {
+        ThreadMessage m;
+        if (!WaitForThreadMessage(timeoutMs) || !PeekThreadMessage(m)) return 0;
+        return m.message;
+    }
+    static std::string TakeText() {
+        char* buffer = nullptr;
+        uint32_t length = 0;
+        if (!TakeLine(buffer, length)) return "<none>";
+        std::string text(buffer, length);
+        ReleaseLine(buffer);
+        return text;
+    }
+
+    test::FakePhone phone_;
+    ThreadId worker_ = kNoThread;
+};
+
+struct LineSetup {
+    uint32_t baudRate;
+    bool softwareFlow;
+    speed_t code;  // B0 for a rate without a constant
+};
+
+TEST_F(LinkOnPty, SetsTheLineUpAsAsked) {
+    const LineSetup rows[] = {
+        {115200, true, B115200}, {9600, false, B9600}, {250000, true, B0}, {31250, false, B0}};
+    for (const LineSetup& row : rows) {
+        SCOPED_TRACE(row.baudRate);
+        ASSERT_EQ(Start(row.softwareFlow, row.baudRate), 1);
+        termios got{};
+        ASSERT_TRUE(phone_.LineSettings(got));
+        EXPECT_EQ(got.c_cflag & CSIZE, static_cast<tcflag_t>(CS8));
+        EXPECT_EQ(got.c_cflag & (PARENB | CSTOPB), 0u);
+        EXPECT_EQ(got.c_cflag & (CREAD | CLOCAL | HUPCL),
+                  static_cast<tcflag_t>(CREAD | CLOCAL | HUPCL));
+        EXPECT_EQ(got.c_lflag & (ICANON | ECHO | ISIG), 0u);
+        EXPECT_EQ(got.c_oflag & OPOST, 0u);
+        EXPECT_EQ(got.c_cc[VMIN], 0);
+        EXPECT_EQ(got.c_cc[VTIME], 0);
+        if (row.softwareFlow) {
+            EXPECT_EQ(got.c_iflag & (IXON | IXOFF), static_cast<tcflag_t>(IXON | IXOFF));
+            EXPECT_EQ(got.c_cc[VSTART], 17);
+            EXPECT_EQ(got.c_cc[VSTOP], 19);
+            EXPECT_EQ(got.c_cflag & CRTSCTS, 0u);
+        } else {
+            EXPECT_EQ(got.c_cflag & CRTSCTS, static_cast<tcflag_t>(CRTSCTS));
+            EXPECT_EQ(got.c_iflag & (IXON | IXOFF), 0u);
+        }
+        if (row.code != B0) {
+            EXPECT_EQ(cfgetospeed(&got), row.code);
+        } else {
+            const int fd = open(phone_.DevicePath().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+            ASSERT_GE(fd, 0);
+            uint32_t rate = 0;
+            EXPECT_TRUE(ReadArbitraryBaud(fd, rate));
+            EXPECT_EQ(rate, row.baudRate);
+            close(fd);
+        }
+        Link().StopLink();
+    }
+    EXPECT_EQ(phone_.ReceivedBytes(), "") << "opening the link sends nothing";
+}
+
+TEST(LinkStart, AFailedStartLeavesNothingOpen) {
+    struct Row {
+        uint8_t port;
+        const char* device;
+        TtyFault fault;
+    };
+    const Row rows[] = {
+        {kPort, "/nonexistent/ttyQ9", TtyFault::kOpenRefused},
+        {kPort, "/dev/null", TtyFault::kNotATerminal},
+        {0, nullptr, TtyFault::kOpenRefused},
+    };
+    const ThreadId self = EnsureThreadQueue();
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.device != nullptr ? row.device : "port 0");
+        if (row.device != nullptr) {
+            ASSERT_EQ(SetPortDevice(row.port, row.device), 1);
+        }
+        const Resources before;
+        EXPECT_EQ(CSerialLink::Instance().StartLink(self, row.port, 115200, true), 0);
+        EXPECT_EQ(CSerialLink::Instance().LastStartFault(), row.fault);
+        EXPECT_EQ(Resources{}, before);
+        EXPECT_FALSE(CSerialLink::Instance().IsOpen());
+    }
+    EXPECT_FALSE(WaitForThreadMessage(0)) << "a failed start posts nothing";
+    SetPortDevice(kPort, nullptr);
+}
+
+TEST_F(LinkOnPty, NobodyElseCanOpenTheDeviceWhileTheLinkStands) {
+    ASSERT_EQ(Start(), 1);
+    TtyFault fault = TtyFault::kNone;
+    EXPECT_EQ(OpenTtyPort(phone_.DevicePath().c_str(), fault), -1);
+    EXPECT_EQ(fault, TtyFault::kLocked);
+    const int otherProcess = InChild([&] {
+        TtyFault childFault = TtyFault::kNone;
+        return OpenTtyPort(phone_.DevicePath().c_str(), childFault) < 0 ? 0 : 1;
+    });
+    EXPECT_EQ(otherProcess, 0) << "another process opened the device";
+
+    Link().StopLink();
+    const int fd = OpenTtyPort(phone_.DevicePath().c_str(), fault);
+    EXPECT_GE(fd, 0) << "the device stays locked after the stop";
+    CloseTtyPort(fd);
+}
+
+// The exclusive mark of a terminal refuses every later open but root's; a
+// link that left it set would lock an ordinary user out of the device.
+TEST_F(LinkOnPty, AnOrdinaryUserCanOpenTheDeviceAfterTheStop) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root to hand the device to another user";
+    ASSERT_EQ(chown(phone_.DevicePath().c_str(), kNobody, kNobody), 0);
+    ASSERT_EQ(Start(), 1);
+    Link().StopLink();
+    const int status = InChild([&] {
+        if (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0) return 2;
+        TtyFault fault = TtyFault::kNone;
+        const int fd = OpenTtyPort(phone_.DevicePath().c_str(), fault);
+        if (fd < 0) return 1;
+        CloseTtyPort(fd);
+        return 0;
+    });
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(LinkOnPty, LinesReachTheWorkerInOrder) {
+    ASSERT_EQ(Start(), 1);
+    Link().ResetReceive();
+    phone_.Send("\r\n+RNGI: \"Ring\",3");
+    phone_.Send(",1\r");
+    phone_.Send("\n\r\nSECOND\r\n\r\nOK\r\n");
+    for (int i = 0; i < 3; ++i) ASSERT_EQ(NextMessage(), AT_MSG_LINE_RECEIVED) << i;
+    EXPECT_EQ(TakeText(), "+RNGI: \"Ring\",3,1\r\n");
+    EXPECT_EQ(TakeText(), "SECOND\r\n");
+    EXPECT_EQ(TakeText(), "OK\r\n");
+    EXPECT_EQ(NextMessage(100), 0u) << "a blank line gives no message";
+}
+
+TEST_F(LinkOnPty, CommandsGoOutAsTypedAndComeBackInCapitals) {
+    ASSERT_EQ(Start(), 1);
+    std::string quoted = "at+cpbw=1,\"123\",129,\"Ann\"";
+    std::string empty;
+    EXPECT_EQ(SendCommand(quoted), 1);
+    EXPECT_EQ(SendCommand(empty), 1);
+    ASSERT_TRUE(phone_.WaitForLines(2, milliseconds(2000)));
+    EXPECT_EQ(phone_.ReceivedBytes(), "at+cpbw=1,\"123\",129,\"Ann\"\r\n\r\n");
+    EXPECT_EQ(quoted, "AT+CPBW=1,\"123\",129,\"ANN\"");
+    EXPECT_EQ(empty, "");
+}
+
+TEST_F(LinkOnPty, ThePhoneEchoesUntilEchoIsTurnedOff) {
+    phone_.Reply("AT", {"OK"});
+    phone_.Reply("ATE0", {"OK"});
+    phone_.ReplyToPrefix("AT+RNGI", {"+RNGI: \"Ring\",1", "OK"}, 20);
+    ASSERT_EQ(Start(), 1);
+    for (const char* command : {"AT", "ate0", "AT+RNGI", "AT+BOGUS"}) {
+        std::string text = command;
+        SendCommand(text);
+    }
+    const char* expected[] = {"AT\r\n", "OK\r\n",   "ate0\r\n", "OK\r\n", "+RNGI: \"Ring\",1\r\n",
+                              "OK\r\n", "ERROR\r\n"};
+    for (const char* line : expected) {
+        ASSERT_EQ(NextMessage(), AT_MSG_LINE_RECEIVED) << line;
+        EXPECT_EQ(TakeText(), line);
+    }
+}
+
+TEST_F(LinkOnPty, ResetReceiveForgetsWhatCameBefore) {
+    ASSERT_EQ(Start(), 1);
+    phone_.Send("OLD\r\nPARTIAL");
+    ASSERT_EQ(NextMessage(), AT_MSG_LINE_RECEIVED);
+    Link().ResetReceive();
+    EXPECT_EQ(HasLine(), 0);
+    phone_.Send("NEW\r\n");
+    ASSERT_EQ(NextMessage(), AT_MSG_LINE_RECEIVED);
+    EXPECT_EQ(TakeText(), "NEW\r\n");
+}
+
+class BlockedWrite : public LinkOnPty, public ::testing::WithParamInterface<bool> {
+  protected:
+    // Starts a write far larger than any buffer of the line, and reports
+    // whether it is still waiting after a while.
+    void StartWriting() {
+        writer_ = std::thread([this] {
+            const std::string bulk(1 << 20, 'x');
+            result_.store(WritePort(bulk.data(), bulk.size()));
+            done_.store(true);
+        });
+        std::this_thread::sleep_for(milliseconds(300));
+    }
+    // How long the writer took to return after the call.
+    milliseconds JoinWriter() {
+        const auto start = steady_clock::now();
+        while (!done_.load() && steady_clock::now() - start < milliseconds(3000)) {
+            std::this_thread::sleep_for(milliseconds(5));
+        }
+        const auto waited = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
+        if (writer_.joinable()) writer_.join();
+        return waited;
+    }
+    void TearDown() override {
+        Link().RequestStop();
+        if (writer_.joinable()) writer_.join();
+        LinkOnPty::TearDown();
+    }
+
+    std::thread writer_;
+    std::atomic<int> result_{-1};
+    std::atomic<bool> done_{false};
+};
+
+TEST_P(BlockedWrite, WakesOnRequestStop) {
+    ASSERT_EQ(Start(GetParam()), 1);
+    phone_.BlockWrites();
+    StartWriting();
+    ASSERT_FALSE(done_.load()) << "the write did not block";
+    Link().RequestStop();
+    EXPECT_LT(JoinWriter(), milliseconds(1000));
+    EXPECT_EQ(result_.load(), 0);
+    EXPECT_EQ(WritePort("AT\r\n", 4), 0) << "a stopped link takes no more writes";
+}
+
+TEST_P(BlockedWrite, WakesWhenThePhoneHangsUp) {
+    ASSERT_EQ(Start(GetParam()), 1);
+    phone_.BlockWrites();
+    StartWriting();
+    ASSERT_FALSE(done_.load()) << "the write did not block";
+    phone_.HangUp();
+    EXPECT_LT(JoinWriter(), milliseconds(1000));
+    EXPECT_EQ(result_.load(), 0);
+    EXPECT_EQ(NextMessage(), AT_MSG_LINK_DOWN);
+}
+
+INSTANTIATE_TEST_SUITE_P(Flow, BlockedWrite, ::testing::Bool(),
+                         [](const ::testing::TestParamInfo<bool>& info) {
+                             return info.param ? "XonXoff" : "RtsCts";
+                         });
+
+TEST_F(LinkOnPty, AHangUpEndsTheLinkAndFreesEverything) {
+    Resources before;
+    ASSERT_EQ(Start(), 1);
+    phone_.HangUp();
+    before.descriptors -= 2;  // the phone's own two sides of the line went with the hang-up
+    EXPECT_EQ(NextMessage(), AT_MSG_LINK_DOWN);
+    EXPECT_TRUE(ResourcesBecome(before, milliseconds(1000)));
+    EXPECT_FALSE(Link().IsOpen());
+    Link().StopLink();
+    EXPECT_EQ(NextMessage(100), 0u) << "the fall was reported once already";
+}
+
+TEST_F(LinkOnPty, StopLeavesNoThreadAndNoDescriptorAndCanStartAgain) {
+    const Resources before;
+    for (int round = 0; round < 2; ++round) {
+        SCOPED_TRACE(round);
+        ASSERT_EQ(Start(), 1);
+        Link().ResetReceive();
+        EXPECT_GT(Resources{}.threads, before.threads);
+        Link().StopLink();
+        EXPECT_EQ(Resources{}, before);
+        EXPECT_EQ(NextMessage(), AT_MSG_LINK_DOWN);
+        Link().StopLink();
+        EXPECT_EQ(NextMessage(100), 0u) << "a second stop posts nothing";
+    }
+}
+
+}  // namespace
+}  // namespace velk
