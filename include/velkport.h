@@ -1,0 +1,224 @@
+/*
+ * Velkport: read and write the ring tones and images of a mobile phone on a
+ * serial port, driven by AT commands.
+ *
+ * How it is used
+ *
+ *   1. velk_BeginThread once: it opens the port and starts the library's
+ *      threads. Nothing is sent to the phone yet.
+ *   2. Any number of operations, one at a time: a read or write call, then a
+ *      wait for one of the window messages below, then, after a good answer
+ *      to a read, the matching fetch call (velk_GetMidInfo, velk_GetMidData,
+ *      velk_GetAnimInfo, velk_GetAnimData).
+ *   3. velk_EndThread once, last.
+ *
+ * Every call returns 1 for yes and 0 for no. A read or write call only says
+ * whether the request was taken; its outcome arrives later as a window
+ * message.
+ *
+ * The window
+ *
+ *   The "window" is a file descriptor that the application owns and the
+ *   library writes to: the write end of a pipe, a socket or a FIFO. It fits
+ *   any poll/epoll, GLib or Qt event loop. velk_BeginThread takes its own
+ *   duplicate of the descriptor (close-on-exec), which lives until
+ *   velk_EndThread; the application may close its own copy at any time. The
+ *   library never changes the descriptor's flags.
+ *
+ *   Each message is one VelkWindowMessage of 16 bytes written with a single
+ *   write(); wParam and lParam are 0, no data travels with a message. When
+ *   the descriptor is full the library waits for room (without spinning) for
+ *   a message that ends an operation; the two progress messages are dropped
+ *   instead. When the reader is gone (EPIPE) messages are dropped. The
+ *   library's threads block all signals, so a closed pipe never raises
+ *   SIGPIPE in the application.
+ *
+ * Threads
+ *
+ *   All calls may be made from any thread of the application, also from
+ *   several at once: velk_BeginThread, velk_EndThread and
+ *   velk_CancelCurrentAction are serialised among themselves, and the others
+ *   may run beside them. Operations themselves run one at a time; a request
+ *   made while another operation runs is refused with 0.
+ *
+ *   velk_BeginThread blocks until the port is open; velk_EndThread and
+ *   velk_CancelCurrentAction block until the library's threads of the link
+ *   have ended. Every other call returns without waiting for the phone.
+ *   None of the calls may be made from inside a signal handler.
+ *
+ * Records
+ *
+ *   A record handed out by a fetch call belongs to the library: read it, free
+ *   nothing. It stays valid until the next operation of the same kind
+ *   replaces it, or until the link ends (velk_EndThread, the restart inside
+ *   velk_CancelCurrentAction, or a link that falls). A record given to
+ *   velk_WriteMid or velk_WriteAnim is copied, data included, before the
+ *   call returns.
+ */
+#ifndef VELKPORT_H
+#define VELKPORT_H
+
+#include <stdint.h>
+
+#if defined(__GNUC__) || defined(__clang__)
+#define VELK_API __attribute__((visibility("default")))
+#else
+#define VELK_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Window messages. Exactly one of 1133 to 1146 ends each operation that the
+ * library accepted, unless velk_CancelCurrentAction or velk_EndThread ended
+ * it first. */
+#define VELK_MSG_MID_INFO_REFUSED 1133   /* the phone refused the tone information read */
+#define VELK_MSG_MID_READ_REFUSED 1134   /* the phone refused the tone read */
+#define VELK_MSG_MID_WRITE_REFUSED 1135  /* the phone refused a chunk of the tone write */
+#define VELK_MSG_MID_INFO_READ 1136      /* velk_GetMidInfo may follow */
+#define VELK_MSG_MID_READ 1137           /* velk_GetMidData may follow */
+#define VELK_MSG_MID_WRITTEN 1138        /* the ring tone was written */
+#define VELK_MSG_TIMED_OUT 1139          /* the phone did not answer in time, or the link fell */
+#define VELK_MSG_OPENING_REFUSED 1140    /* the phone refused AT or ATE0 */
+#define VELK_MSG_ANIM_WRITTEN 1141       /* the image was written */
+#define VELK_MSG_ANIM_WRITE_REFUSED 1142 /* the phone refused a chunk, or no such image */
+#define VELK_MSG_ANIM_INFO_REFUSED 1143  /* the phone refused the image information read */
+#define VELK_MSG_ANIM_INFO_READ 1144     /* velk_GetAnimInfo may follow */
+#define VELK_MSG_ANIM_READ 1145          /* velk_GetAnimData may follow */
+#define VELK_MSG_ANIM_READ_REFUSED 1146  /* the phone refused a frame read, or no such image */
+/* Progress, one try each: when the descriptor is full they are dropped, so
+ * they are no reliable count of frames. */
+#define VELK_MSG_ANIM_WRITE_PROGRESS 1224 /* the last chunk of one frame is about to go out */
+#define VELK_MSG_ANIM_READ_PROGRESS 1225  /* one frame read, the next one asked for */
+
+/* A writable file descriptor owned by the application (see "The window"). */
+typedef int VelkWindow;
+
+/* One window message as written to the descriptor: 16 bytes. */
+typedef struct VelkWindowMessage {
+    uint32_t message;
+    uint32_t wParam;
+    int64_t lParam;
+} VelkWindowMessage;
+
+/* Information on the phone's ring tones (velk_GetMidInfo). The numbers are
+ * passed through from the phone as it states them. */
+typedef struct MidInfoRecord {
+    char name[10]; /* ended by a zero byte unless all 10 bytes are used */
+    uint16_t infoNumber2;
+    uint16_t infoNumber1;
+    uint16_t infoNumber3;
+} MidInfoRecord;
+
+/* One ring tone: the argument of velk_WriteMid, the answer of
+ * velk_GetMidData. */
+typedef struct MidRecord {
+    uint8_t id;          /* slot of the ring tone in the phone */
+    uint16_t nameLength; /* characters in name, at most 10 */
+    char name[10];       /* not ended by a zero byte when full */
+    uint16_t size;       /* bytes at data; below 32512 for a write */
+    uint8_t* data;       /* the body of the ring tone as text, no ending zero */
+} MidRecord;
+
+/* Information on the phone's images (velk_GetAnimInfo). */
+typedef struct AnimInfoRecord {
+    char name[20]; /* ended by a zero byte */
+    uint16_t nameLength;
+    uint16_t infoNumber1;
+    uint16_t infoNumber2;
+    uint16_t infoNumber3;
+    uint16_t infoNumber4;
+    uint16_t infoNumber5;
+    /* One pair per image the phone stores, image n (from 1) at places 2n-2
+     * and 2n-1: its number of frames, then the number of its first frame. */
+    uint16_t* frameRanges;
+    uint8_t frameRangeCount; /* values at frameRanges */
+} AnimInfoRecord;
+
+/* One image: the argument of velk_WriteAnim, the answer of velk_GetAnimData.
+ * The image is a run of frames of 1536 characters each, nothing between. */
+typedef struct AnimRecord {
+    uint8_t id;         /* number of the image in frameRanges, from 1 */
+    uint8_t nameLength; /* characters in name, at most 10 */
+    char name[10];
+    uint16_t size; /* characters at data */
+    uint8_t* data;
+    uint8_t animParamFirst; /* first and last value of each frame's parameter */
+    uint8_t animParamLast;
+} AnimRecord;
+
+/* Opens the link: duplicates `window`, opens the serial port `port` (COM1 is
+ * port 1) at `baudRate`, with XON/XOFF when `softwareFlow` is non-zero and
+ * RTS/CTS otherwise. 1 when the link stands or stood already (the arguments
+ * of a second call are then ignored); 0 when `window` is not an open,
+ * writable descriptor or the port cannot be opened, and the call may be
+ * repeated. Blocks until the port is open. */
+VELK_API int32_t velk_BeginThread(VelkWindow window, uint8_t port, uint32_t baudRate,
+                                  int32_t softwareFlow);
+
+/* Ends the link: the running operation, if any, ends without a message, the
+ * port is closed and every record handed out becomes invalid. 1, also when
+ * no link stood. Blocks until the library's threads of the link have ended. */
+VELK_API int32_t velk_EndThread(void);
+
+/* Ends the running operation by tearing the link down and building it again
+ * with the same window, port, rate and flow control. No window message
+ * follows. 1 when an operation ran; 0 when none ran (the link stays as it
+ * was) or no link stands. Blocks like velk_EndThread and velk_BeginThread. */
+VELK_API int32_t velk_CancelCurrentAction(void);
+
+/* Reads the ring-tone information: 1136 or 1133, 1139, 1140. */
+VELK_API int32_t velk_ReadMidInfo(void);
+
+/* After 1136: the held record's address at *info; 1 when it is not null. 0
+ * when no good result waits or `info` is NULL. */
+VELK_API int32_t velk_GetMidInfo(MidInfoRecord** info);
+
+/* Reads the ring tone in `slot`: 1137 or 1134, 1139, 1140. */
+VELK_API int32_t velk_ReadMid(uint8_t slot);
+
+/* After 1137: the tone read at *record; 1 when a record is held. 0 when no
+ * good result waits or `record` is NULL. */
+VELK_API int32_t velk_GetMidData(MidRecord** record);
+
+/* Writes a ring tone in chunks of 128 characters: 1138 or 1135, 1139, 1140.
+ * `data` is read as text up to its first zero byte, never past `size` bytes.
+ * Refused with 0 (nothing changes) while an operation runs, when nameLength
+ * is above 10, size is 32512 or more, or data is NULL with size above 0. */
+VELK_API int32_t velk_WriteMid(MidRecord record);
+
+/* Reads the image information: 1144 or 1143, 1139, 1140. */
+VELK_API int32_t velk_ReadAnimInfo(void);
+
+/* After 1144: the held record's address at *info, null included; 1. 0 when
+ * no good result waits or `info` is NULL. */
+VELK_API int32_t velk_GetAnimInfo(AnimInfoRecord** info);
+
+/* Reads image `id` (from 1) after a fresh image information read: one 1225
+ * for each frame but the last, then 1145; or 1143, 1146, 1139, 1140. An image
+ * number the phone does not list ends with 1146. */
+VELK_API int32_t velk_ReadAnim(uint8_t id);
+
+/* After 1145: the held record's address at *record, null included; 1. 0
+ * when no good result waits or `record` is NULL. */
+VELK_API int32_t velk_GetAnimData(AnimRecord** record);
+
+/* Writes image record.id after a fresh image information read: size / 1536
+ * frames (a shorter rest is not sent), one 1224 for each frame, then 1141;
+ * or 1143, 1142, 1139, 1140. An image number the phone does not list ends
+ * with 1142. Refused with 0 while an operation runs, when nameLength is
+ * above 10, size is below 1536 or data is NULL. */
+VELK_API int32_t velk_WriteAnim(AnimRecord record);
+
+/* Maps serial port `port` to a device path (/dev/ttyUSB0, a pseudo-terminal
+ * slave...). NULL restores the default, /dev/ttyS<port-1>. The mapping is
+ * read at each link start, the restart of velk_CancelCurrentAction included.
+ * 1 on success; 0 for port 0 or a path longer than PATH_MAX. */
+VELK_API int32_t velk_SetPortDevice(uint8_t port, const char* devicePath);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* VELKPORT_H */

@@ -1,0 +1,457 @@
+#include "client/transfer_thread.h"
+
+#include <chrono>
+#include <cstring>
+#include <string_view>
+
+#include "engine/message_numbers.h"
+#include "engine/worker_control.h"
+#include "platform/tick_clock.h"
+#include "platform/window_sink.h"
+
+namespace velk {
+
+struct CATTransferThread::RequestRow {
+    uint32_t message;
+    void (CATTransferThread::*withMessage)(const ThreadMessage&);
+    void (CATTransferThread::*plain)();
+};
+
+struct CATTransferThread::OkRow {
+    int32_t id;
+    void (CATTransferThread::*handler)();
+};
+
+// How a refusal by the phone ends each operation.
+struct CATTransferThread::ErrorRow {
+    int32_t id;
+    uint32_t windowMessage;
+    // The image operations tell the client before they take the idle state.
+    bool messageBeforeIdle;
+    void (CATTransferThread::*release)();
+};
+
+const CATTransferThread::RequestRow CATTransferThread::kRequestRows[] = {
+    {kMsgReadMid, &CATTransferThread::OnRequestReadMid, nullptr},
+    {kMsgReadMidInfo, &CATTransferThread::OnRequestReadMidInfo, nullptr},
+    {kMsgReadAnimInfo, &CATTransferThread::OnRequestReadAnimInfo, nullptr},
+    {kMsgWriteAnimFrames, &CATTransferThread::OnRequestWriteAnimFrames, nullptr},
+    {kMsgReadAnimFrames, &CATTransferThread::OnRequestReadAnimFrames, nullptr},
+    {kMsgWriteMid, &CATTransferThread::OnRequestWriteMid, nullptr},
+    {kMsgSendAttention, nullptr, &CATTransferThread::SendAttention},
+    {kMsgSendEchoOff, nullptr, &CATTransferThread::SendEchoOff},
+    {kMsgSendToneRead, nullptr, &CATTransferThread::SendToneRead},
+    {kMsgSendToneChunk, nullptr, &CATTransferThread::ToneChunkStep},
+    {kMsgSendToneInfo, nullptr, &CATTransferThread::SendToneInfo},
+    {kMsgSendImageChunk, nullptr, &CATTransferThread::ImageChunkStep},
+    {kMsgSendImageInfo, nullptr, &CATTransferThread::SendImageInfo},
+    {kMsgSendImageRead, nullptr, &CATTransferThread::SendImageRead},
+};
+
+const CATTransferThread::OkRow CATTransferThread::kOkRows[] = {
+    {kCmdAttention, &CATTransferThread::OnAttentionOk},
+    {kCmdEchoOff, &CATTransferThread::OnEchoOffOk},
+    {kCmdToneInfo, &CATTransferThread::OnToneInfoDone},
+    {kCmdToneRead, &CATTransferThread::OnToneReadDone},
+    {kCmdToneWrite, &CATTransferThread::OnToneChunkDone},
+    {kCmdImageWrite, &CATTransferThread::OnImageChunkDone},
+    {kCmdImageInfo, &CATTransferThread::OnImageInfoDone},
+    {kCmdImageRead, &CATTransferThread::OnImageFrameDone},
+};
+
+const CATTransferThread::ErrorRow CATTransferThread::kErrorRows[] = {
+    {kCmdAttention, VELK_MSG_OPENING_REFUSED, false, &CATTransferThread::ReleaseWriteRecords},
+    {kCmdEchoOff, VELK_MSG_OPENING_REFUSED, false, &CATTransferThread::ReleaseWriteRecords},
+    {kCmdToneInfo, VELK_MSG_MID_INFO_REFUSED, false, nullptr},
+    {kCmdToneRead, VELK_MSG_MID_READ_REFUSED, false, nullptr},
+    {kCmdToneWrite, VELK_MSG_MID_WRITE_REFUSED, false, &CATTransferThread::ResetToneWrite},
+    {kCmdImageWrite, VELK_MSG_ANIM_WRITE_REFUSED, true, &CATTransferThread::ReleaseAnimWrite},
+    {kCmdImageInfo, VELK_MSG_ANIM_INFO_REFUSED, true, &CATTransferThread::ReleaseAnimInfo},
+    {kCmdImageRead, VELK_MSG_ANIM_READ_REFUSED, true, &CATTransferThread::ReleaseAnimRead},
+};
+
+namespace {
+
+// Which command follows ATE0, by the operation that runs.
+constexpr uint32_t kAfterOpening[] = {
+    kMsgSendToneInfo,    // kStateToneInfo
+    kMsgSendToneRead,    // kStateToneRead
+    kMsgSendToneChunk,   // kStateToneWrite
+    kMsgSendImageChunk,  // kStateImageWrite
+    kMsgSendImageRead,   // kStateImageRead
+    kMsgSendImageInfo,   // kStateImageInfo
+};
+
+void FreeResultBlock(ATCommandBlock* block) {
+    if (!block) return;
+    // The image-information list is the one thing a result block owns.
+    if (block->resultId == kResultImageInfo) {
+        delete block->result.imageInfo.frameRanges;
+        block->result.imageInfo.frameRanges = nullptr;
+    }
+    FreeCommandBlock(block);
+}
+
+void DisposeLeftover(const ThreadMessage& message) {
+    if (message.wParam == kResultParam && message.message != AT_MSG_STOPPED) {
+        FreeResultBlock(reinterpret_cast<ATCommandBlock*>(message.lParam));
+    }
+}
+
+}  // namespace
+
+CATTransferThread::CATTransferThread(WindowSink& window) : window_(window) {}
+
+CATTransferThread::~CATTransferThread() {
+    if (thread_.joinable()) thread_.join();
+}
+
+// ---- start-up and close-down -------------------------------------------
+
+bool CATTransferThread::CreateThread() {
+    try {
+        thread_ = std::thread([this] { Run(); });
+    } catch (const std::system_error&) {
+        return false;
+    }
+    queueReady_.Wait(kInfinite);
+    return true;
+}
+
+void CATTransferThread::SetLinkParameters(uint8_t port, uint32_t rate, int32_t flow) {
+    portNumber = port;
+    baudRate = rate;
+    softwareFlow = flow;
+}
+
+int CATTransferThread::StartWorkerLink() {
+    if (workerStarted) return workerStarted;
+    if (StartWorker(threadId_, portNumber, baudRate, softwareFlow != 0) != 1) return 0;
+    workerThreadId = GetWorkerThreadId();
+    workerStarted = 1;
+    return 1;
+}
+
+int CATTransferThread::StopWorkerLink() {
+    stopRequested_ = true;
+    // A final message waiting for room in a full pipe must not hold the
+    // thread from reading the stop.
+    window_.Interrupt();
+    if (workerStarted) StopWorker();
+    // The worker posts AT_MSG_STOPPED before it ends; when there was none,
+    // or it fell silent, the stop comes from here. A second one is never read.
+    while (thread_.joinable() && ThreadQueueAlive(threadId_) &&
+           !PostThreadMessage(threadId_, AT_MSG_STOPPED, kResultParam, 0)) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    if (thread_.joinable()) thread_.join();
+    return 1;
+}
+
+// ---- the loop ----------------------------------------------------------
+
+void CATTransferThread::Run() {
+    threadId_ = EnsureThreadQueue();
+    BlockSignalsOnThisThread();
+    LowerThisThreadPriority();
+    queueReady_.Set();
+    for (;;) {
+        ThreadMessage message;
+        if (!NextMessage(message)) {
+            OnOpeningSilence();
+            continue;
+        }
+        if (message.wParam == kRequestParam) {
+            HandleRequest(message);
+        } else if (message.wParam == kResultParam) {
+            if (message.message == AT_MSG_STOPPED) break;
+            auto* block = reinterpret_cast<ATCommandBlock*>(message.lParam);
+            if (block) HandleResult(block);
+            FreeResultBlock(block);
+        }
+    }
+    OnLinkEnd();
+}
+
+// False when the opening has waited its time for anything after an error
+// text to AT or ATE0.
+bool CATTransferThread::NextMessage(ThreadMessage& message) {
+    if (!selfBacklog.empty()) {
+        message = selfBacklog.front();
+        selfBacklog.pop_front();
+        return true;
+    }
+    if (!openingSilenceArmed) {
+        GetThreadMessage(message);
+        return true;
+    }
+    for (;;) {
+        const uint32_t waited = GetTickCount() - openingSilenceSince;
+        if (waited >= kOpeningSilenceMs) return false;
+        if (WaitForThreadMessage(kOpeningSilenceMs - waited) && PeekThreadMessage(message)) {
+            return true;
+        }
+    }
+}
+
+void CATTransferThread::HandleRequest(const ThreadMessage& message) {
+    for (const RequestRow& row : kRequestRows) {
+        if (row.message != message.message) continue;
+        if (row.withMessage) {
+            (this->*row.withMessage)(message);
+        } else {
+            (this->*row.plain)();
+        }
+        return;
+    }
+}
+
+void CATTransferThread::HandleResult(ATCommandBlock* block) {
+    switch (block->resultId) {
+        case kResultDone:
+            openingSilenceArmed = false;
+            OnCommandOk();
+            break;
+        case kResultTimedOut:
+            openingSilenceArmed = false;
+            OnCommandTimeout();
+            break;
+        case kResultError:
+            openingSilenceArmed = false;
+            OnCommandError(*block);
+            break;
+        // Data lines count only while the command that asks for them is in
+        // flight; a stray line after the end of its operation changes nothing.
+        case kResultToneInfo:
+            if (PendingId() == kCmdToneInfo) OnToneInfo(*block);
+            break;
+        case kResultTonePart:
+            if (PendingId() == kCmdToneRead) OnTonePart(*block);
+            break;
+        case kResultImageInfo:
+            if (PendingId() == kCmdImageInfo) OnImageInfo(*block);
+            break;
+        case kResultImagePart:
+            if (PendingId() == kCmdImageRead) OnImagePart(*block);
+            break;
+        default:
+            break;
+    }
+}
+
+void CATTransferThread::OnLinkEnd() {
+    // A link that fell by itself must still end the running operation.
+    bool running;
+    {
+        std::lock_guard<std::mutex> hold(stateLock);
+        running = transferState != kStateIdle;
+    }
+    if (running && !stopRequested_) PostWindow(VELK_MSG_TIMED_OUT);
+    ReleaseTransferData();
+    CloseThreadQueue(DisposeLeftover);
+}
+
+void CATTransferThread::ReleaseTransferData() {
+    std::lock_guard<std::mutex> hold(stateLock);
+    // From here on the exports find the link gone and touch nothing.
+    linkStands = false;
+    pendingCommands.clear();
+    midWriteRecord.reset();
+    midReadRecord.reset();
+    midInfo.reset();
+    animWriteRecord.reset();
+    animInfo.reset();
+    animReadRecord.reset();
+}
+
+// ---- state -------------------------------------------------------------
+
+bool CATTransferThread::OpenWith(int32_t state) {
+    {
+        std::lock_guard<std::mutex> hold(stateLock);
+        if (transferState != kStateIdle) return false;
+        transferState = state;
+        readyFlag = 0;
+        resultFlag = 0;
+    }
+    SendAttention();
+    return true;
+}
+
+void CATTransferThread::EndOperation(int32_t resultFlagAfter) {
+    std::lock_guard<std::mutex> hold(stateLock);
+    // An image transfer whose information step failed must not resume with
+    // the next information read.
+    if (resultFlagAfter == 0) followUpAction = 0;
+    transferState = kStateIdle;
+    readyFlag = 1;
+    resultFlag = resultFlagAfter;
+}
+
+// Between the two halves of an image transfer the object is idle with a good
+// result; a second half that cannot run takes the result back and says why.
+// False when another operation took the idle moment.
+bool CATTransferThread::EndIfIdle(uint32_t windowMessage) {
+    {
+        std::lock_guard<std::mutex> hold(stateLock);
+        if (transferState != kStateIdle) return false;
+        followUpAction = 0;
+        resultFlag = 0;
+    }
+    PostWindow(windowMessage);
+    return true;
+}
+
+void CATTransferThread::PostToSelf(uint32_t message, intptr_t lParam) {
+    // Only this thread empties its queue, so a full queue never drains while
+    // it waits; such a post is kept aside and read first instead.
+    if (!PostThreadMessage(threadId_, message, kRequestParam, lParam)) {
+        selfBacklog.push_back({message, kRequestParam, lParam});
+    }
+}
+
+void CATTransferThread::PostWindow(uint32_t message) {
+    window_.PostFinal(message);
+}
+
+void CATTransferThread::PostProgress(uint32_t message) {
+    window_.PostProgress(message);
+}
+
+void CATTransferThread::ClearWorkerPending() {
+    PostThreadMessage(workerThreadId, AT_MSG_CLEAR_PENDING, kRequestParam, 0);
+}
+
+void CATTransferThread::ReleaseWriteRecords() {
+    midWriteRecord.reset();
+    animWriteRecord.reset();
+}
+
+// ---- commands ----------------------------------------------------------
+
+CommandBlockPtr CATTransferThread::NewCommand(int32_t id) {
+    CommandBlockPtr block(AllocCommandBlock());
+    if (block) block->commandId = id;
+    return block;
+}
+
+// The block stays on `pendingCommands` as the record of what is in flight;
+// the worker gets and owns a copy. False, with nothing left in flight, when
+// the copy could not be made or posted.
+bool CATTransferThread::SendCommand(CommandBlockPtr command) {
+    if (!command) return false;
+    const int32_t id = command->commandId;
+    pendingCommands.push_back(std::move(command));
+    ATCommandBlock* copy = AllocCommandBlock();
+    if (copy) std::memcpy(copy, pendingCommands.back().get(), sizeof(ATCommandBlock));
+    if (!copy || !PostThreadMessage(workerThreadId, MessageForId(id), kRequestParam,
+                                    reinterpret_cast<intptr_t>(copy))) {
+        FreeCommandBlock(copy);
+        pendingCommands.pop_back();
+        return false;
+    }
+    return true;
+}
+
+int32_t CATTransferThread::PendingId() const {
+    return pendingCommands.empty() ? 0 : pendingCommands.front()->commandId;
+}
+
+void CATTransferThread::SendAttention() {
+    ++atRetryCount;
+    SendCommand(NewCommand(kCmdAttention));
+}
+
+void CATTransferThread::SendEchoOff() {
+    SendCommand(NewCommand(kCmdEchoOff));
+}
+
+bool CATTransferThread::SendSingle(int32_t id, uint8_t slot) {
+    CommandBlockPtr block = NewCommand(id);
+    if (block) block->request.slot.slot = slot;
+    return SendCommand(std::move(block));
+}
+
+// ---- results -----------------------------------------------------------
+
+void CATTransferThread::OnCommandOk() {
+    if (pendingCommands.empty()) return;
+    const int32_t id = PendingId();
+    pendingCommands.pop_front();
+    for (const OkRow& row : kOkRows) {
+        if (row.id == id) {
+            (this->*row.handler)();
+            return;
+        }
+    }
+}
+
+void CATTransferThread::OnAttentionOk() {
+    atRetryCount = 0;
+    PostToSelf(kMsgSendEchoOff);
+}
+
+void CATTransferThread::OnEchoOffOk() {
+    int32_t state;
+    {
+        std::lock_guard<std::mutex> hold(stateLock);
+        state = transferState;
+    }
+    if (state >= 0 && state < kStateIdle) PostToSelf(kAfterOpening[state]);
+}
+
+void CATTransferThread::OnCommandTimeout() {
+    if (pendingCommands.empty()) return;
+    const int32_t id = PendingId();
+    pendingCommands.pop_front();
+    if (id == kCmdAttention && atRetryCount < kAttentionTries) {
+        SendAttention();
+        return;
+    }
+    // Whatever timed out, a write left behind must not leak into the next.
+    ReleaseWriteRecords();
+    if (id == kCmdToneWrite) midChunkIndex = 1;
+    if (id == kCmdImageWrite) ResetImageChunkIndex();
+    PostWindow(VELK_MSG_TIMED_OUT);
+    EndOperation(0);
+    atRetryCount = 0;
+}
+
+void CATTransferThread::OnCommandError(const ATCommandBlock& block) {
+    if (pendingCommands.empty()) return;
+    const int32_t id = PendingId();
+    if (id == kCmdAttention || id == kCmdEchoOff) {
+        const char* text = block.result.error.message;
+        const std::string_view message(text, strnlen(text, sizeof block.result.error.message));
+        // Any other text leaves the command in flight; if nothing more comes
+        // within the command time-out the operation ends as timed out.
+        if (message != "ERROR") {
+            openingSilenceArmed = true;
+            openingSilenceSince = GetTickCount();
+            return;
+        }
+    }
+    for (const ErrorRow& row : kErrorRows) {
+        if (row.id != id) continue;
+        pendingCommands.pop_front();
+        if (!row.messageBeforeIdle) EndOperation(0);
+        if (row.release) (this->*row.release)();
+        if (id != kCmdAttention && id != kCmdEchoOff) ClearWorkerPending();
+        PostWindow(row.windowMessage);
+        if (row.messageBeforeIdle) EndOperation(0);
+        return;
+    }
+}
+
+void CATTransferThread::OnOpeningSilence() {
+    openingSilenceArmed = false;
+    const int32_t id = PendingId();
+    if (id != kCmdAttention && id != kCmdEchoOff) return;
+    pendingCommands.pop_front();
+    ReleaseWriteRecords();
+    PostWindow(VELK_MSG_TIMED_OUT);
+    EndOperation(0);
+    atRetryCount = 0;
+}
+
+}  // namespace velk

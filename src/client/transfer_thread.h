@@ -1,0 +1,248 @@
+// CATTransferThread: the controller between the exports and the worker. It
+// turns one client request into a run of AT commands, one in flight at a
+// time, judges each result and tells the application the outcome by window
+// message.
+//
+// Every operation opens with AT (tried up to 3 times) and ATE0, then sends
+// its own commands. `transferState` says which operation runs (6: none);
+// `readyFlag` and `resultFlag` are what the exports test.
+//
+// Threads: the exports call the Request*/Fetch* members from the client's
+// threads; everything else but the start-up and close-down members runs on
+// the object's own thread. `stateLock` guards the three words, the liveness
+// of the link and the hand-over of records between the two sides: the
+// exports touch records only while no operation runs, and clear `readyFlag`
+// in the same locked step in which they hand a write record over.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "client/transfer_records.h"
+#include "engine/command_block.h"
+#include "platform/manual_event.h"
+#include "platform/thread_messages.h"
+#include "velkport.h"
+
+namespace velk {
+
+class WindowSink;
+
+// Values of `transferState`.
+enum TransferState : int32_t {
+    kStateToneInfo = 0,
+    kStateToneRead = 1,
+    kStateToneWrite = 2,
+    kStateImageWrite = 3,
+    kStateImageRead = 4,
+    kStateImageInfo = 5,
+    kStateIdle = 6,
+};
+
+// Thread messages to the transfer thread (wParam 0).
+inline constexpr uint32_t kMsgReadMid = 152;  // lParam the slot
+inline constexpr uint32_t kMsgReadMidInfo = 236;
+inline constexpr uint32_t kMsgReadAnimInfo = 1127;  // also the first half of an image transfer
+inline constexpr uint32_t kMsgWriteAnimFrames = 1128;
+inline constexpr uint32_t kMsgReadAnimFrames = 1130;  // lParam the image number
+inline constexpr uint32_t kMsgWriteMid = 1131;
+inline constexpr uint32_t kMsgSendAttention = 1583;
+inline constexpr uint32_t kMsgSendEchoOff = 1584;
+inline constexpr uint32_t kMsgSendToneRead = 1585;
+inline constexpr uint32_t kMsgSendToneChunk = 1586;
+inline constexpr uint32_t kMsgSendToneInfo = 1587;
+inline constexpr uint32_t kMsgSendImageChunk = 1588;
+inline constexpr uint32_t kMsgSendImageInfo = 1589;
+inline constexpr uint32_t kMsgSendImageRead = 1590;
+
+// How long the opening waits for anything more after the phone answered AT or
+// ATE0 with an error text other than "ERROR", on the tick clock.
+inline constexpr uint32_t kOpeningSilenceMs = 10000;
+// AT is sent at most this often before a time-out ends the operation.
+inline constexpr int32_t kAttentionTries = 3;
+
+struct CommandBlockFree {
+    void operator()(ATCommandBlock* block) const { FreeCommandBlock(block); }
+};
+using CommandBlockPtr = std::unique_ptr<ATCommandBlock, CommandBlockFree>;
+
+class CATTransferThread {
+  public:
+    explicit CATTransferThread(WindowSink& window);
+    // The thread must have ended (StopWorkerLink) or never have started.
+    ~CATTransferThread();
+    CATTransferThread(const CATTransferThread&) = delete;
+    CATTransferThread& operator=(const CATTransferThread&) = delete;
+
+    // Start-up and close-down, on the client's thread.
+    // Starts the thread and returns once its queue takes messages.
+    bool CreateThread();
+    void SetLinkParameters(uint8_t port, uint32_t baudRate, int32_t softwareFlow);
+    // 1 when the worker runs and the port is open, else 0.
+    int StartWorkerLink();
+    // Stops the worker, ends the thread and waits for it; 1.
+    int StopWorkerLink();
+
+    // The export side, on any client thread. Each answers 1 or 0 as the
+    // matching export does.
+    int RequestMidInfo();
+    int RequestMid(uint8_t slot);
+    int RequestMidWrite(const MidRecord& record);
+    int RequestAnimInfo();
+    int RequestAnim(uint8_t id);
+    int RequestAnimWrite(const AnimRecord& record);
+    int FetchMidInfo(MidInfoRecord** info);
+    int FetchMidData(MidRecord** record);
+    int FetchAnimInfo(AnimInfoRecord** info);
+    int FetchAnimData(AnimRecord** record);
+    // True while the link stands and an operation runs.
+    bool OperationRunning() const;
+
+    struct StateSnapshot {
+        int32_t transferState;
+        int32_t readyFlag;
+        int32_t resultFlag;
+        bool linkStands;
+    };
+    StateSnapshot Snapshot() const;
+
+  private:
+    struct RequestRow;
+    struct OkRow;
+    struct ErrorRow;
+    static const RequestRow kRequestRows[];
+    static const OkRow kOkRows[];
+    static const ErrorRow kErrorRows[];
+
+    // The loop and its plumbing (transfer_thread.cpp).
+    void Run();
+    bool NextMessage(ThreadMessage& message);
+    void HandleRequest(const ThreadMessage& message);
+    void HandleResult(ATCommandBlock* block);
+    void ReleaseTransferData();
+    void OnLinkEnd();
+
+    bool OpenWith(int32_t state);
+    void EndOperation(int32_t resultFlagAfter);
+    bool EndIfIdle(uint32_t windowMessage);
+    void PostToSelf(uint32_t message, intptr_t lParam = 0);
+    void PostWindow(uint32_t message);
+    void PostProgress(uint32_t message);
+    void ClearWorkerPending();
+    void ReleaseWriteRecords();
+
+    CommandBlockPtr NewCommand(int32_t id);
+    bool SendCommand(CommandBlockPtr command);
+    int32_t PendingId() const;
+    void SendAttention();
+    void SendEchoOff();
+    bool SendSingle(int32_t id, uint8_t slot);
+
+    void OnCommandOk();
+    void OnCommandTimeout();
+    void OnCommandError(const ATCommandBlock& block);
+    void OnOpeningSilence();
+    void OnAttentionOk();
+    void OnEchoOffOk();
+
+    // Ring tones (tone_transfers.cpp).
+    void OnRequestReadMidInfo(const ThreadMessage& message);
+    void OnRequestReadMid(const ThreadMessage& message);
+    void OnRequestWriteMid(const ThreadMessage& message);
+    void SendToneInfo();
+    void SendToneRead();
+    void ToneChunkStep();
+    void OnToneInfo(const ATCommandBlock& block);
+    void OnTonePart(const ATCommandBlock& block);
+    void OnToneInfoDone();
+    void OnToneReadDone();
+    void OnToneChunkDone();
+    void ResetToneWrite();
+    void FillMidData();
+
+    // Images (image_transfers.cpp).
+    void OnRequestReadAnimInfo(const ThreadMessage& message);
+    void OnRequestWriteAnimFrames(const ThreadMessage& message);
+    void OnRequestReadAnimFrames(const ThreadMessage& message);
+    void SendImageInfo();
+    void SendImageRead();
+    void ImageChunkStep();
+    void OnImageInfo(ATCommandBlock& block);
+    void OnImagePart(const ATCommandBlock& block);
+    void OnImageInfoDone();
+    void OnImageFrameDone();
+    void OnImageChunkDone();
+    void ReleaseAnimInfo();
+    void ReleaseAnimWrite();
+    void ReleaseAnimRead();
+    static void ResetImageChunkIndex();
+    bool ImageListed(uint8_t id) const;
+    uint8_t FirstFrameOf(uint8_t id) const;
+    uint16_t FrameCountOf(uint8_t id) const;
+
+    WindowSink& window_;
+    std::thread thread_;
+    ManualEvent queueReady_;
+    ThreadId threadId_ = kNoThread;
+    std::atomic<bool> stopRequested_{false};
+
+    // Guarded by stateLock.
+    mutable std::mutex stateLock;
+    int32_t transferState = kStateIdle;
+    int32_t readyFlag = 1;
+    int32_t resultFlag = 0;
+    bool linkStands = true;
+
+    // Written by the exports as well as by this thread.
+    std::atomic<int32_t> followUpAction{0};
+    std::atomic<uint8_t> animId{1};
+
+    // Handed out to, or taken over from, the exports under stateLock.
+    MidInfoPtr midInfo;
+    MidRecordPtr midReadRecord;
+    MidRecordPtr midWriteRecord;
+    AnimInfoPtr animInfo;
+    AnimRecordPtr animWriteRecord;
+    AnimRecordPtr animReadRecord;
+    std::string midReadText;
+    std::string midWriteText;
+    uint8_t midChunkCount = 0;
+    uint8_t midChunkRest = 0;
+
+    // Link parameters, set before the thread takes messages.
+    uint8_t portNumber = 1;
+    uint32_t baudRate = 19200;
+    int32_t softwareFlow = 0;
+    int32_t workerStarted = 0;
+    ThreadId workerThreadId = kNoThread;
+
+    // This thread's own.
+    std::deque<CommandBlockPtr> pendingCommands;  // the command in flight
+    std::deque<ThreadMessage> selfBacklog;        // posts to itself that found the queue full
+    int32_t atRetryCount = 0;
+    bool openingSilenceArmed = false;
+    uint32_t openingSilenceSince = 0;
+
+    uint8_t midChunkIndex = 1;
+    std::string midChunkText;
+    uint8_t midSlot = 0;
+    bool midReadStarted = false;
+
+    std::string animReadText;
+    std::deque<std::string> animFrames;  // frames still to be written, front first
+    uint8_t animFrameNumber = 1;
+    uint8_t animFirstFrame = 1;
+    uint16_t animImageFrames = 0;
+    int32_t animFrameCount = 0;
+    uint8_t animFrameChunks = 0;
+    uint8_t animFrameRest = 0;
+    std::string animFrameText;
+    bool animReadStarted = false;
+};
+
+}  // namespace velk
