@@ -65,6 +65,7 @@ constexpr std::array<std::string_view, 3> kErrorMarks = {"+CME ERROR:", "+CMS ER
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the worker's order
 int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string_view lineText) {
     const std::string command(commandText);
     std::string line = TrimLeft(lineText);
@@ -189,6 +190,7 @@ void CATResponseMatcher::ResetRecord(ATResponseRecord& record) {
     record.outOfTurn = 0;
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): pattern first, as printf
 int CATResponseMatcher::Report(std::string_view pattern, std::string_view text) {
     errorText.assign(pattern);
     const std::size_t at = errorText.find("%s");

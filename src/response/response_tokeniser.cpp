@@ -21,8 +21,8 @@ uint32_t FirstPassingType(std::string_view value, uint32_t count, const uint32_t
     return paramNone;
 }
 
-void FillValue(ATResponseParam& node, ATResponseRecord& record, std::string value, uint32_t type,
-               std::size_t start) {
+// A value keeps its text even when illegal; the record then tells the rest.
+void FillValue(ATResponseParam& node, ATResponseRecord& record, std::string value, uint32_t type) {
     if (type == paramNone) {
         node.legal = 0;
         record.allLegal = 0;
@@ -31,13 +31,11 @@ void FillValue(ATResponseParam& node, ATResponseRecord& record, std::string valu
     }
     node.lastIndex = static_cast<int32_t>(value.size()) - 1;
     node.text = std::move(value);
-    node.start = static_cast<uint32_t>(start);
 }
 
-void FillPunctuation(ATResponseParam& node, char mark, std::size_t start) {
+void FillPunctuation(ATResponseParam& node, char mark) {
     node.type = paramPunctuation;
     node.text.assign(1, mark);
-    node.start = static_cast<uint32_t>(start);
 }
 
 // A comma that only separates two values makes no node; one right before the
@@ -83,23 +81,23 @@ void WalkParameters(std::string_view rest, ATResponseRecord& record,
     ATResponseParam* node = nullptr;
     while (!remaining.empty() && !Equal(remaining, "\r\n") && !Equal(remaining, "\r")) {
         node = node == nullptr ? &record.firstParam : record.AppendParam(*node);
+        node->start = static_cast<uint32_t>(consumed);
         const char first = remaining[0];
         switch (first) {
             case ',':
                 node->omitted = 1;
                 node->type = paramOmitted;
-                node->start = static_cast<uint32_t>(consumed);
                 consumed += 1;
                 advance();
                 break;
             case '(':
             case '-':
-                FillPunctuation(*node, first, consumed);
+                FillPunctuation(*node, first);
                 consumed += 1;
                 advance();
                 break;
             case ')':
-                FillPunctuation(*node, first, consumed);
+                FillPunctuation(*node, first);
                 consumed += 1;
                 advance();
                 // The comma between two bracketed lists only separates them.
@@ -114,7 +112,7 @@ void WalkParameters(std::string_view rest, ATResponseRecord& record,
                 std::string value = SpanExcluding(std::string_view(remaining).substr(1), "\"");
                 const uint32_t type = FirstPassingType(value, row.quotedCount, row.quotedTypes);
                 const std::size_t width = value.size() + 2;
-                FillValue(*node, record, std::move(value), type, consumed);
+                FillValue(*node, record, std::move(value), type);
                 consumed += width;
                 advance();
                 if (SeparatorCommaAhead(remaining)) {
@@ -127,7 +125,7 @@ void WalkParameters(std::string_view rest, ATResponseRecord& record,
                 std::string value = SpanExcluding(remaining, ",-)\r");
                 const uint32_t type = FirstPassingType(value, row.plainCount, row.plainTypes);
                 const std::size_t width = value.size();
-                FillValue(*node, record, std::move(value), type, consumed);
+                FillValue(*node, record, std::move(value), type);
                 consumed += width;
                 advance();
                 // A dash after a value stays: it becomes a node of its own.

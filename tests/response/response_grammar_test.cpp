@@ -204,58 +204,44 @@ TEST_P(GrammarRowTest, RowStandsInItsPlace) {
     EXPECT_EQ(found->responseCode, expected.code);
 }
 
-TEST_P(GrammarRowTest, AcceptsEveryTypeOfItsSignatures) {
+TEST_P(GrammarRowTest, AcceptsItsSignaturesAndRefusesTheRest) {
     const GrammarCase& expected = kExpectedRows[GetParam()];
-    if (std::string(expected.head) == "NO CARRIER") GTEST_SKIP() << "no line reaches this row";
     const std::vector<uint32_t> quoted = Types(expected.quoted);
     const std::vector<uint32_t> plain = Types(expected.plain);
-
+    if (std::string(expected.head) == "NO CARRIER") {
+        // Too long a head to be looked up: no line reaches this row.
+        EXPECT_EQ(Classify("1").kind, kindNone);
+        return;
+    }
     if (!plain.empty() && plain[0] == paramWholeLine) {
         const ATResponseRecord& r = Classify(std::string(129, 'x'));
-        EXPECT_EQ(r.kind, kindHeadLine);
         EXPECT_EQ(r.responseCode, expected.code);
         EXPECT_EQ(r.firstParam.type, paramWholeLine);
         EXPECT_EQ(r.firstParam.text, line_);
-        EXPECT_EQ(r.firstParam.next, nullptr);
+        EXPECT_EQ(r.allLegal, 1u);
         return;
     }
-    for (const Sample& s : kQuotedSamples) {
-        if (std::find(quoted.begin(), quoted.end(), s.type) == quoted.end()) continue;
-        SCOPED_TRACE(std::string("quoted ") + s.text);
-        const ATResponseRecord& r = Classify(std::string("\"") + s.text + "\"");
+    auto accepts = [&](const Sample& s, const std::vector<uint32_t>& signature, bool inQuotes) {
+        if (std::find(signature.begin(), signature.end(), s.type) == signature.end()) return;
+        SCOPED_TRACE(s.text);
+        const ATResponseRecord& r = Classify(inQuotes ? "\"" + std::string(s.text) + "\"" : s.text);
         EXPECT_EQ(head_, "+" + ReachOf(expected.head).sent);
-        EXPECT_EQ(r.kind, kindHeadLine);
         EXPECT_EQ(r.responseCode, expected.code);
         EXPECT_EQ(r.allLegal, 1u);
-        EXPECT_EQ(r.firstParam.type, FirstFitting(quoted, s.fits));
-    }
-    for (const Sample& s : kPlainSamples) {
-        if (std::find(plain.begin(), plain.end(), s.type) == plain.end()) continue;
-        SCOPED_TRACE(std::string("plain ") + s.text);
-        const ATResponseRecord& r = Classify(s.text);
-        EXPECT_EQ(r.kind, kindHeadLine);
-        EXPECT_EQ(r.responseCode, expected.code);
-        EXPECT_EQ(r.allLegal, 1u);
-        EXPECT_EQ(r.firstParam.type, FirstFitting(plain, s.fits));
-    }
+        EXPECT_EQ(r.firstParam.type, FirstFitting(signature, s.fits));
+    };
+    for (const Sample& s : kQuotedSamples) accepts(s, quoted, true);
+    for (const Sample& s : kPlainSamples) accepts(s, plain, false);
     EXPECT_TRUE(errors_.Take().empty());
-}
-
-TEST_P(GrammarRowTest, RefusesWhatFitsNoSignature) {
-    const GrammarCase& expected = kExpectedRows[GetParam()];
-    if (std::string(expected.head) == "NO CARRIER") GTEST_SKIP() << "no line reaches this row";
-    const std::vector<uint32_t> plain = Types(expected.plain);
-    if (!plain.empty() && plain[0] == paramWholeLine) GTEST_SKIP() << "line is not cut";
 
     std::vector<std::string> refused = {"\"" + std::string(129, 'x') + "\"", std::string(129, 'x')};
     // A form with no entry refuses even a value every type would take.
-    if (Types(expected.quoted).empty()) refused.push_back("\"1\"");
+    if (quoted.empty()) refused.push_back("\"1\"");
     if (plain.empty()) refused.push_back("1");
     for (const std::string& param : refused) {
         SCOPED_TRACE(param);
         const ATResponseRecord& r = Classify(param);
         EXPECT_EQ(r.kind, kindHeadLine);
-        EXPECT_EQ(r.responseCode, expected.code);
         EXPECT_EQ(r.allLegal, 0u);
         EXPECT_EQ(r.firstParam.legal, 0u);
         EXPECT_EQ(r.firstParam.type, paramNone);

@@ -39,108 +39,50 @@ TEST_P(MatchSolicitedTest, Outcome) {
     EXPECT_EQ(matcher_.pendingLine, c.pendingLine);
 }
 
+const std::string kNoRowForXyz = "Can't find the matched response code for +XYZ: 1\r!";
+
+// clang-format off
 const SolicitedCase kSolicitedCases[] = {
     {"Echo", "AT+CGMI", "AT+CGMI\r\n", 0, kindNone, 0, {}},
-    {"EchoOfTheOpening", "ATE0", "ATE0\r\n", 0, kindNone, 0, {}},
     {"EchoInSmallLettersIsNoEcho", "AT+CPBS=\"SM\"", "at+cpbs=\"sm\"\r\n", 1, kindPlainText, 0, {}},
     {"Ok", "AT+RNGI", "OK\r\n", 1, kindOk, 0, {}},
     {"OkToTheOpening", "AT", "OK\r\n", 1, kindOk, 0, {}},
     {"Error", "AT+CGMR", "ERROR\r\n", 0, kindError, 0, {"ERROR"}},
     {"RingDuringACommand", "AT+CPBR=1", "RING\r\n", 1, kindNone, 1, {}},
     {"ConnectDuringAQuery", "AT+RNGI", "CONNECT\r\n", 1, kindNone, 1, {}},
-    {"CmeErrorWithQuotedDetail",
-     "AT+CSCA?",
-     "+CME ERROR: \"SIM not inserted\"\r\n",
-     0,
-     kindError,
-     0,
-     {"SIM not inserted"}},
+    {"CmeErrorWithQuotedDetail", "AT+CSCA?", "+CME ERROR: \"SIM not inserted\"\r\n",
+        0, kindError, 0, {"SIM not inserted"}},
     {"CmsErrorNumber", "AT+CSCA?", "+CMS ERROR: 330\r\n", 0, kindError, 0, {"330"}},
     {"CmeErrorToAtWithoutDetail", "AT", "+CME ERROR:\r\n", 0, kindError, 0, {""}},
     {"ShortCmeForm", "AT+RNGI", "+CME: 10\r\n", 0, kindError, 0, {"10"}},
     {"ErrorTextInsideAPlainLine", "AT+CGMI", "Vendor +CME: 3\r\n", 0, kindError, 0, {"3"}},
     {"HeadWithoutPlusRepaired", "AT+CGMI", "CGMI: WAVECOM\r\n", 1, kindHeadLine, 0, {}},
     {"PlainTextForIdentification", "AT+CGMI", " WAVECOM MODEM\r\n", 1, kindPlainText, 0, {}},
-    {"QuotedPlainText", "AT+CGSN", "\"626936926396996\"\r\n", 1, kindPlainText, 0, {}},
     {"InformationLine", "AT+CSQ", "+CSQ: 18,99\r\n", 1, kindHeadLine, 0, {}},
     {"TestFormReply", "AT+CPBR=?", "+CPBR: (1-250),20,25\r\n", 1, kindHeadLine, 0, {}},
-    {"SetFormReply", "AT+CPBR=1", "+CPBR: 1,\"+60122256476\",145,\"\"\r\n", 1, kindHeadLine, 0, {}},
     {"FixedHeadQueryAnswered", "AT+RNGI", "+RNGI: 3,\"tones\"\r\n", 1, kindHeadLine, 0, {}},
-    {"PinQueryAnswered", "AT+CPIN?", "+CPIN: READY\r\n", 1, kindHeadLine, 0, {}},
-    {"FixedHeadQueryRefusesOtherHead",
-     "AT+RNGI",
-     "+CMTI: \"SM\",1\r\n",
-     0,
-     kindHeadLine,
-     0,
-     {"Response head error for \"+CMTI: \"SM\",1\r\"!"}},
-    {"FixedHeadQueryRefusesPlainText",
-     "AT+IMGINF",
-     "Nokia\r\n",
-     0,
-     kindPlainText,
-     0,
-     {"Response head error for \"Nokia\r\"!"}},
-    {"DataReadRefusesPlainText",
-     "AT+RNGR=3",
-     "0A0B0C\r\n",
-     0,
-     kindPlainText,
-     0,
-     {"RESPONSE head error for \"0A0B0C\r\"!"}},
-    {"DataReadRefusesOtherHead",
-     "AT+IMGR=2",
-     "+RNGR: \"x\",\"0A\"\r\n",
-     0,
-     kindHeadLine,
-     0,
-     {"Response head error for \"+RNGR: \"x\",\"0A\"\r\"!"}},
+    {"FixedHeadQueryRefusesOtherHead", "AT+RNGI", "+CMTI: \"SM\",1\r\n",
+        0, kindHeadLine, 0, {"Response head error for \"+CMTI: \"SM\",1\r\"!"}},
+    {"FixedHeadQueryRefusesPlainText", "AT+IMGINF", "Nokia\r\n",
+        0, kindPlainText, 0, {"Response head error for \"Nokia\r\"!"}},
+    {"DataReadRefusesPlainText", "AT+RNGR=3", "0A0B0C\r\n",
+        0, kindPlainText, 0, {"RESPONSE head error for \"0A0B0C\r\"!"}},
+    {"DataReadRefusesOtherHead", "AT+IMGR=2", "+RNGR: \"x\",\"0A\"\r\n",
+        0, kindHeadLine, 0, {"Response head error for \"+RNGR: \"x\",\"0A\"\r\"!"}},
     {"DataReadAnswered", "AT+RNGR=2", "+RNGR: \"x\",\"0A0B\"\r\n", 1, kindHeadLine, 0, {}},
-    {"OpeningRefusesAnyLine",
-     "AT",
-     "+CMTI: \"ME\",1\r\n",
-     0,
-     kindHeadLine,
-     0,
-     {"Response error for \"+CMTI: \"ME\",1\r\"!"}},
-    {"EchoOffRefusesPlainText",
-     "ATE0",
-     "hello\r\n",
-     0,
-     kindPlainText,
-     0,
-     {"Response error for \"hello\r\"!"}},
-    {"IllegalParameter",
-     "AT+CSQ",
-     "+CSQ: 18,x9\r\n",
-     0,
-     kindHeadLine,
-     0,
-     {"There is some inlegal parameter in +CSQ: 18,x9\r!"}},
-    {"PlusWithoutSeparatorIsIllegal",
-     "AT+CSQ",
-     "+CSQ\r\n",
-     0,
-     kindNone,
-     0,
-     {"There is some inlegal parameter in +CSQ\r!"}},
+    {"OpeningRefusesAnyLine", "AT", "+CMTI: \"ME\",1\r\n",
+        0, kindHeadLine, 0, {"Response error for \"+CMTI: \"ME\",1\r\"!"}},
+    {"EchoOffRefusesPlainText", "ATE0", "hello\r\n",
+        0, kindPlainText, 0, {"Response error for \"hello\r\"!"}},
+    {"IllegalParameter", "AT+CSQ", "+CSQ: 18,x9\r\n",
+        0, kindHeadLine, 0, {"There is some inlegal parameter in +CSQ: 18,x9\r!"}},
+    {"PlusWithoutSeparatorIsIllegal", "AT+CSQ", "+CSQ\r\n",
+        0, kindNone, 0, {"There is some inlegal parameter in +CSQ\r!"}},
     {"LineOutOfTurn", "AT+CPBR=1", "+CMTI: \"SM\",1\r\n", 1, kindHeadLine, 1, {}, "+CMTI"},
-    {"UnknownHeadOutOfTurn",
-     "AT+CPBR=1",
-     "+XYZ: 1\r\n",
-     1,
-     kindNone,
-     1,
-     {"Can't find the matched response code for +XYZ: 1\r!",
-      "Can't find the matched response code for +XYZ: 1\r!"},
-     "+XYZ"},
-    {"IllegalLineOfAnotherHead",
-     "AT+CPBR=1",
-     "+CMTI: 1,x\r\n",
-     0,
-     kindHeadLine,
-     0,
-     {"There is some inlegal parameter in +CMTI: 1,x\r!"}},
+    {"UnknownHeadOutOfTurn", "AT+CPBR=1", "+XYZ: 1\r\n",
+        1, kindNone, 1, {kNoRowForXyz, kNoRowForXyz}, "+XYZ"},
+    {"IllegalLineOfAnotherHead", "AT+CPBR=1", "+CMTI: 1,x\r\n",
+        0, kindHeadLine, 0, {"There is some inlegal parameter in +CMTI: 1,x\r!"}},
     {"NoLineEnd", "AT", "OK", 0, kindNone, 0, {"Response error for \"OK\"!"}},
     {"CutByAZeroByte", "AT+CSQ", "+CSQ: 1", 0, kindNone, 0, {"Response error for \"+CSQ: 1\"!"}},
     {"WhiteSpaceOnly", "AT", " \t\r\n", 0, kindNone, 0, {"Response error for \"\"!"}},
@@ -149,6 +91,7 @@ const SolicitedCase kSolicitedCases[] = {
     {"ServiceLineToADial", "ATD*#30#;", "+CLIP: 0,1\r\n", 1, kindHeadLine, 0, {}},
     {"ServiceLineOutsideACall", "AT+CPBR=1", "+CLIP: 0,1\r\n", 1, kindHeadLine, 1, {}, "+CLIP"},
 };
+// clang-format on
 
 INSTANTIATE_TEST_SUITE_P(Lines, MatchSolicitedTest, ::testing::ValuesIn(kSolicitedCases),
                          [](const auto& info) { return std::string(info.param.name); });
@@ -170,13 +113,6 @@ TEST_F(MatcherTest, StoresTheLineWithoutItsLineFeed) {
     ASSERT_EQ(matcher_.current.ParamCount(), 2u);
     EXPECT_EQ(matcher_.current.firstParam.text, "18");
     EXPECT_EQ(matcher_.current.firstParam.next->text, "99");
-}
-
-TEST_F(MatcherTest, HeadRepairMakesAHeadLineOfIt) {
-    ASSERT_EQ(matcher_.MatchSolicited("AT+CGMI", "CGMI: WAVECOM\r\n"), 1);
-    EXPECT_EQ(matcher_.current.text, "+CGMI: WAVECOM\r");
-    EXPECT_EQ(matcher_.current.firstParam.type, paramWholeLine);
-    EXPECT_EQ(matcher_.current.firstParam.text, "+CGMI: WAVECOM\r");
 }
 
 TEST_F(MatcherTest, ErrorLineKeepsItsDetailInTheFirstNode) {
@@ -253,65 +189,36 @@ TEST_P(MatchUnsolicitedTest, Outcome) {
     EXPECT_EQ(errors_.Take(), c.reports);
 }
 
+// clang-format off
 const UnsolicitedCase kUnsolicitedCases[] = {
     {"NewMessage", "+CMTI: \"SM\",1\r\n", "+CMTI", kindHeadLine, 29, {"SM", "1"}, {}},
-    {"MessageListWithOmitted",
-     "+CMGL: 1,0,,23\r\n",
-     "+CMGL",
-     kindHeadLine,
-     49,
-     {"1", "0", "", "23"},
-     {}},
-    {"IdentificationLineStaysWhole",
-     "+CGMI: Nokia\r\n",
-     "+CGMI",
-     kindHeadLine,
-     1,
-     {"+CGMI: Nokia\r\n"},
-     {}},
+    {"MessageListWithOmitted", "+CMGL: 1,0,,23\r\n", "+CMGL",
+        kindHeadLine, 49, {"1", "0", "", "23"}, {}},
+    {"IdentificationLineStaysWhole", "+CGMI: Nokia\r\n", "+CGMI",
+        kindHeadLine, 1, {"+CGMI: Nokia\r\n"}, {}},
     {"RingOutOfTurn", "RING\r", "\x01", kindNone, 83, {""}, {}},
     {"PasswordEventOutOfTurn", "+EXCPWD\r", "\x01", kindNone, 83, {""}, {}},
     {"RingWhileIdleIsPlainText", "RING\r\n", "RING\r\n", kindPlainText, 83, {"RING\r\n"}, {}},
     {"LateOk", "OK\r\n", "OK\r\n", kindPlainText, 83, {"OK\r\n"}, {}},
-    {"PasswordEventWhileIdle",
-     "+EXCPWD\r\n",
-     "",
-     kindNone,
-     83,
-     {"EXCPWD\r\n"},
-     {"There is some inlegal parameter in Unsolicited response of +EXCPWD\r\n!"}},
+    {"PasswordEventWhileIdle", "+EXCPWD\r\n", "",
+        kindNone, 83, {"EXCPWD\r\n"},
+        {"There is some inlegal parameter in Unsolicited response of +EXCPWD\r\n!"}},
     {"Empty", "", "", kindNone, 83, {""}, {"Unsolicited\tresponse head error for !"}},
     {"HeadTooLong", "+ABCDEFGH: 1\r\n", "+ABCDEFGH", kindNone, 83, {""}, {}},
     {"ErrorLineWhileIdle", "+CME ERROR: 10\r\n", "+CME ERROR", kindNone, 83, {""}, {}},
-    {"UnknownHead",
-     "+XYZ: 1\r\n",
-     "+XYZ",
-     kindNone,
-     83,
-     {""},
-     {"Can't find the matched response code for +XYZ: 1\r\n!"}},
-    {"IllegalParameter",
-     "+CREG: 2,1,\"x\"\r\n",
-     "",
-     kindHeadLine,
-     40,
-     {"2", "1", "x"},
-     {"There is some inlegal parameter in Unsolicited response of +CREG: 2,1,\"x\"\r\n!"}},
-    {"BlankBeforeTheColon",
-     "+CSQ : 5\r\n",
-     "",
-     kindHeadLine,
-     9,
-     {": 5"},
-     {"There is some inlegal parameter in Unsolicited response of +CSQ : 5\r\n!"}},
-    {"NetworkRegistration",
-     "+CREG: 1,84CD,00D30156\r\n",
-     "",
-     kindHeadLine,
-     40,
-     {"1", "84CD", "00D30156"},
-     {"There is some inlegal parameter in Unsolicited response of +CREG: 1,84CD,00D30156\r\n!"}},
+    {"UnknownHead", "+XYZ: 1\r\n", "+XYZ",
+        kindNone, 83, {""}, {"Can't find the matched response code for +XYZ: 1\r\n!"}},
+    {"IllegalParameter", "+CREG: 2,1,\"x\"\r\n", "",
+        kindHeadLine, 40, {"2", "1", "x"},
+        {"There is some inlegal parameter in Unsolicited response of +CREG: 2,1,\"x\"\r\n!"}},
+    {"BlankBeforeTheColon", "+CSQ : 5\r\n", "",
+        kindHeadLine, 9, {": 5"},
+        {"There is some inlegal parameter in Unsolicited response of +CSQ : 5\r\n!"}},
+    {"NetworkRegistration", "+CREG: 1,84CD,00D30156\r\n", "",
+        kindHeadLine, 40, {"1", "84CD", "00D30156"},
+        {"There is some inlegal parameter in Unsolicited response of +CREG: 1,84CD,00D30156\r\n!"}},
 };
+// clang-format on
 
 INSTANTIATE_TEST_SUITE_P(Lines, MatchUnsolicitedTest, ::testing::ValuesIn(kUnsolicitedCases),
                          [](const auto& info) { return std::string(info.param.name); });
@@ -343,18 +250,6 @@ TEST_F(MatcherTest, MessageFormsChooseTheRowOfMessageHeads) {
     EXPECT_EQ(matcher_.current.kind, kindNone);
     EXPECT_EQ(errors_.Take(), (Reports{"Can't find the matched response code for +CMGR: 1\r\n!"}));
     messageReadForm = 0;
-}
-
-TEST_F(MatcherTest, ResetReleasesTheChainButKeepsTheText) {
-    matcher_.MatchUnsolicited("+CMTI: \"SM\",1\r\n");
-    ASSERT_EQ(matcher_.current.ParamCount(), 2u);
-    matcher_.ResetRecord(matcher_.current);
-    EXPECT_EQ(matcher_.current.ParamCount(), 1u);
-    EXPECT_EQ(matcher_.current.text, "+CMTI: \"SM\",1\r\n");
-    EXPECT_EQ(matcher_.current.kind, kindNone);
-    EXPECT_EQ(matcher_.current.responseCode, kNoResponseCode);
-    EXPECT_EQ(matcher_.current.firstParam.type, paramNone);
-    EXPECT_EQ(matcher_.current.outOfTurn, 0u);
 }
 
 }  // namespace
