@@ -1,0 +1,21 @@
+// Process-wide thread ids of the link: where the worker posts its results
+// (the transfer thread) and where commands go (the worker).
+#pragma once
+
+#include <atomic>
+
+#include "engine/command_block.h"
+#include "platform/thread_messages.h"
+
+namespace velk {
+
+extern std::atomic<ThreadId> controllerThreadId;
+extern std::atomic<ThreadId> workerThreadId;
+
+// Posts a result block to the transfer thread as message 1224 + resultId,
+// wParam 1, repeating until the post succeeds with `retryPauseMs` between
+// tries (0: no pause). The number is worked out again from the block on each
+// try. Gives up, freeing the block, only when no transfer thread exists.
+void PostResultBlock(ATCommandBlock* block, uint32_t retryPauseMs);
+
+}  // namespace velk

@@ -1,0 +1,145 @@
+#include "platform/thread_messages.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+namespace velk {
+namespace {
+
+struct Queue {
+    std::mutex mutex;
+    std::condition_variable cv;
+    std::deque<ThreadMessage> messages;
+    bool closed = false;
+};
+
+struct Registry {
+    std::mutex mutex;
+    std::unordered_map<ThreadId, std::shared_ptr<Queue>> queues;
+    ThreadId nextId = 1;
+};
+
+Registry& TheRegistry() {
+    static Registry registry;
+    return registry;
+}
+
+thread_local std::shared_ptr<Queue> t_queue;
+thread_local ThreadId t_id = kNoThread;
+
+std::shared_ptr<Queue> Find(ThreadId id) {
+    Registry& r = TheRegistry();
+    std::lock_guard<std::mutex> hold(r.mutex);
+    auto it = r.queues.find(id);
+    return it == r.queues.end() ? nullptr : it->second;
+}
+
+bool InRange(const ThreadMessage& m, uint32_t first, uint32_t last) {
+    return (first == 0 && last == 0) || (m.message >= first && m.message <= last);
+}
+
+}  // namespace
+
+ThreadId EnsureThreadQueue() {
+    if (t_queue) return t_id;
+    auto queue = std::make_shared<Queue>();
+    Registry& r = TheRegistry();
+    std::lock_guard<std::mutex> hold(r.mutex);
+    t_id = r.nextId++;
+    r.queues.emplace(t_id, queue);
+    t_queue = std::move(queue);
+    return t_id;
+}
+
+ThreadId CurrentThreadId() { return t_id; }
+
+void CloseThreadQueue(const std::function<void(const ThreadMessage&)>& disposeLeftover) {
+    if (!t_queue) return;
+    {
+        Registry& r = TheRegistry();
+        std::lock_guard<std::mutex> hold(r.mutex);
+        r.queues.erase(t_id);
+    }
+    std::deque<ThreadMessage> leftover;
+    {
+        std::lock_guard<std::mutex> hold(t_queue->mutex);
+        t_queue->closed = true;
+        leftover.swap(t_queue->messages);
+    }
+    if (disposeLeftover) {
+        for (const ThreadMessage& m : leftover) disposeLeftover(m);
+    }
+    t_queue.reset();
+    t_id = kNoThread;
+}
+
+bool PostThreadMessage(ThreadId target, uint32_t message, uintptr_t wParam, intptr_t lParam) {
+    std::shared_ptr<Queue> queue = Find(target);
+    if (!queue) return false;
+    std::lock_guard<std::mutex> hold(queue->mutex);
+    if (queue->closed || queue->messages.size() >= kMaxQueuedMessages) return false;
+    queue->messages.push_back({message, wParam, lParam});
+    queue->cv.notify_one();
+    return true;
+}
+
+bool ThreadQueueAlive(ThreadId target) { return Find(target) != nullptr; }
+
+bool PeekThreadMessage(ThreadMessage& out, uint32_t first, uint32_t last, bool remove) {
+    Queue* queue = t_queue.get();
+    if (!queue) return false;
+    std::lock_guard<std::mutex> hold(queue->mutex);
+    for (auto it = queue->messages.begin(); it != queue->messages.end(); ++it) {
+        if (!InRange(*it, first, last)) continue;
+        out = *it;
+        if (remove) queue->messages.erase(it);
+        return true;
+    }
+    return false;
+}
+
+void GetThreadMessage(ThreadMessage& out) {
+    EnsureThreadQueue();
+    Queue* queue = t_queue.get();
+    std::unique_lock<std::mutex> lock(queue->mutex);
+    queue->cv.wait(lock, [queue] { return !queue->messages.empty(); });
+    out = queue->messages.front();
+    queue->messages.pop_front();
+}
+
+bool WaitForThreadMessage(uint32_t timeoutMs) {
+    EnsureThreadQueue();
+    Queue* queue = t_queue.get();
+    std::unique_lock<std::mutex> lock(queue->mutex);
+    return WaitOnTickClock(queue->cv, lock, timeoutMs,
+                           [queue] { return !queue->messages.empty(); });
+}
+
+void BlockSignalsOnThisThread() {
+    sigset_t set;
+    sigfillset(&set);
+    // Faults raised by the thread itself must still reach their handlers.
+    for (int sig : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT}) sigdelset(&set, sig);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
+
+void LowerThisThreadPriority() {
+    const pid_t tid = gettid();
+    errno = 0;
+    const int current = getpriority(PRIO_PROCESS, static_cast<id_t>(tid));
+    if (errno != 0) return;
+    // Failure (no permission, a limit) leaves the thread as it is.
+    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(tid), current + 1);
+}
+
+}  // namespace velk
