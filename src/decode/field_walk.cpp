@@ -54,13 +54,9 @@ void PutAnimParam(ATCommandBlock& block, uint16_t offset, const std::string& tex
 }
 
 void PutWords(ATCommandBlock& block, uint16_t offset, const ATResponseParam* cursor) {
-    WordList* list = nullptr;
-    std::memcpy(&list, PayloadOf(block) + offset, sizeof list);
-    if (list == nullptr) {
-        list = NewWordList();
-        if (list == nullptr) return;
-        std::memcpy(PayloadOf(block) + offset, &list, sizeof list);
-    }
+    WordList*& list = *reinterpret_cast<WordList**>(PayloadOf(block) + offset);
+    if (list == nullptr) list = NewWordList();
+    if (list == nullptr) return;
     for (; cursor != nullptr; cursor = cursor->next) {
         list->push_back(static_cast<uint16_t>(ParamToInt(cursor->text)));
     }

@@ -45,11 +45,6 @@ constexpr FieldSpec kTwoNumbers[] = {
     VELK_INT(ResultTwoNumbers, values[0]),
     VELK_INT(ResultTwoNumbers, values[1]),
 };
-constexpr FieldSpec kThreeNumbers[] = {
-    VELK_INT(ResultThreeNumbers, values[0]),
-    VELK_INT(ResultThreeNumbers, values[1]),
-    VELK_INT(ResultThreeNumbers, values[2]),
-};
 constexpr FieldSpec kTenNumbers[] = {
     VELK_INT(ResultTenNumbers, values[0]), VELK_INT(ResultTenNumbers, values[1]),
     VELK_INT(ResultTenNumbers, values[2]), VELK_INT(ResultTenNumbers, values[3]),

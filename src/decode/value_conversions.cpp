@@ -39,20 +39,20 @@ int32_t ParamToInt(std::string text) {
     return static_cast<int32_t>(value);
 }
 
-void ParamToText32(char* dest, std::size_t destSize, std::string text) {
+void ParamToText32(char* dest, std::size_t destSize, const std::string& text) {
     std::size_t length = TextLength(text);
     if (length > kShortTextLimit) return;
     CopyCut(dest, destSize, text, length);
 }
 
-uint32_t ParamToText256(char* dest, std::size_t destSize, std::string text) {
+uint32_t ParamToText256(char* dest, std::size_t destSize, const std::string& text) {
     std::size_t length = TextLength(text);
     if (length > kLongTextLimit) return 0;
     CopyCut(dest, destSize, text, length);
     return static_cast<uint32_t>(length);
 }
 
-uint32_t ParamToName(char (&dest)[kNameFieldSize], std::string text) {
+uint32_t ParamToName(char (&dest)[kNameFieldSize], const std::string& text) {
     std::size_t length = TextLength(text);
     if (length > kLongTextLimit) return 0;
     std::size_t n = std::min(length, kNameFieldSize);

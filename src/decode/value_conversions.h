@@ -1,6 +1,6 @@
 // Conversions from the text of one reply parameter to a number, a bounded text
-// or a list of bytes. Every function takes the text by value, so the stored
-// parameter never changes, and none of them keeps state.
+// or a list of bytes. None of them changes the stored parameter, and none
+// keeps state.
 //
 // The text conversions accept or refuse a text by its length (32 characters
 // for the short one, 256 for the long one) and then copy it into the caller's
@@ -11,7 +11,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "engine/result_forms.h"
@@ -32,25 +31,25 @@ int32_t ParamToInt(std::string text);
 
 // Copies a text of at most 32 characters into `dest`, cut to destSize - 1
 // characters and terminated. A longer text leaves `dest` as it was.
-void ParamToText32(char* dest, std::size_t destSize, std::string text);
+void ParamToText32(char* dest, std::size_t destSize, const std::string& text);
 
 // Copies a text of at most 256 characters into `dest`, cut to destSize - 1
 // characters and terminated, and returns the text's full length. A longer text
 // leaves `dest` as it was and returns 0; so does an empty text.
-uint32_t ParamToText256(char* dest, std::size_t destSize, std::string text);
+uint32_t ParamToText256(char* dest, std::size_t destSize, const std::string& text);
 
 // The long text conversion into a 10-byte name field: up to 10 bytes, with a
 // terminator only when the name is shorter. Returns what ParamToText256 does.
-uint32_t ParamToName(char (&dest)[kNameFieldSize], std::string text);
+uint32_t ParamToName(char (&dest)[kNameFieldSize], const std::string& text);
 
 template <std::size_t N>
-void ParamToText32(char (&dest)[N], std::string text) {
-    ParamToText32(dest, N, std::move(text));
+void ParamToText32(char (&dest)[N], const std::string& text) {
+    ParamToText32(dest, N, text);
 }
 
 template <std::size_t N>
-uint32_t ParamToText256(char (&dest)[N], std::string text) {
-    return ParamToText256(dest, N, std::move(text));
+uint32_t ParamToText256(char (&dest)[N], const std::string& text) {
+    return ParamToText256(dest, N, text);
 }
 
 // Reads a text of two-digit decimal numbers ("250010" gives 25, 0, 10) and
