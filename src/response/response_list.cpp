@@ -8,11 +8,12 @@ ATResponseRecord& CATResponseList::GetRecord(int32_t index) {
     return *records_[at];
 }
 
-void CATResponseList::Restart() {
-    if (records_.empty()) {
-        GetRecord(0);
-        return;
-    }
+CATResponseList::CATResponseList() {
+    GetRecord(0);
+}
+
+void CATResponseList::Restart() noexcept {
+    if (records_.empty()) return;
     records_.resize(1);
     *records_[0] = ATResponseRecord{};
 }

@@ -13,7 +13,8 @@ namespace velk {
 
 class CATResponseList {
   public:
-    CATResponseList() = default;
+    // Holds record 0 from the start, so a read never needs to create one.
+    CATResponseList();
     CATResponseList(const CATResponseList&) = delete;
     CATResponseList& operator=(const CATResponseList&) = delete;
 
@@ -24,7 +25,7 @@ class CATResponseList {
     // Drops every record and their parameter chains, leaving record 0 as a
     // fresh record. Record 0 keeps its allocation, so a read costs no more
     // than the line itself.
-    void Restart();
+    void Restart() noexcept;
 
     std::size_t Size() const { return records_.size(); }
 

@@ -1,6 +1,7 @@
 #include "response/response_reader.h"
 
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "engine/message_numbers.h"
@@ -16,12 +17,28 @@ ReaderLink SerialReaderLink() {
 
 CATResponseReader::CATResponseReader() : CATResponseReader(SerialReaderLink()) {}
 
-CATResponseReader::CATResponseReader(ReaderLink link) : link_(std::move(link)) {
-    lines.GetRecord(0);
-}
+CATResponseReader::CATResponseReader(ReaderLink link) : link_(std::move(link)) {}
 
 int CATResponseReader::ReadSolicited(std::string& commandText) {
     finished = 0;
+    try {
+        return ReadSolicitedLine(commandText);
+    } catch (const std::bad_alloc&) {
+        DropLine();
+        return 0;
+    }
+}
+
+std::string CATResponseReader::ReadUnsolicited() {
+    try {
+        return ReadUnsolicitedLine();
+    } catch (const std::bad_alloc&) {
+        DropLine();
+        return {};
+    }
+}
+
+int CATResponseReader::ReadSolicitedLine(std::string& commandText) {
     std::string lineText;
     if (StartRead(lineText) == Fetch::kNone || lineText.empty()) return 0;
 
@@ -41,7 +58,7 @@ int CATResponseReader::ReadSolicited(std::string& commandText) {
     return accepted == 1 && !final ? 1 : 0;
 }
 
-std::string CATResponseReader::ReadUnsolicited() {
+std::string CATResponseReader::ReadUnsolicitedLine() {
     std::string lineText;
     if (StartRead(lineText) == Fetch::kNone) return {};
     std::string head = matcher.MatchUnsolicited(lineText);
@@ -69,9 +86,19 @@ CATResponseReader::Fetch CATResponseReader::StartRead(std::string& lineText) {
         return Fetch::kNone;
     }
     // A zero byte from the phone ends the text there.
-    lineText.assign(buffer, ::strnlen(buffer, length));
+    try {
+        lineText.assign(buffer, ::strnlen(buffer, length));
+    } catch (...) {
+        link_.releaseLine(buffer);
+        throw;
+    }
     link_.releaseLine(buffer);
     return Fetch::kLine;
+}
+
+void CATResponseReader::DropLine() noexcept {
+    lines.Restart();
+    matcher.ResetRecord(matcher.current);
 }
 
 void CATResponseReader::Store() {

@@ -72,6 +72,11 @@ class CATResponseReader {
 
   private:
     enum class Fetch { kNone, kLine };
+    int ReadSolicitedLine(std::string& commandText);
+    std::string ReadUnsolicitedLine();
+    // Out of memory for a line: it is dropped as if it had not come, and the
+    // record is left empty rather than half filled.
+    void DropLine() noexcept;
     // The part both reads share: clears the store and takes one line.
     Fetch StartRead(std::string& lineText);
     // Hands the classified line and its parameter chain to the store.
