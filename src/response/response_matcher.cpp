@@ -95,9 +95,12 @@ int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string
         return 0;
     }
     // A call or data connection can begin at any time; it must not disturb
-    // the reply in progress.
+    // the reply in progress. The worker is told of it like any line out of
+    // turn, but with no head to decode: an earlier line's head left here
+    // would otherwise be decoded a second time, against this record.
     if (Equal(line, "RING\r") || Equal(line, "CONNECT\r")) {
         current.outOfTurn = 1;
+        pendingLine.clear();
         return 1;
     }
 

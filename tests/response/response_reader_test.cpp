@@ -124,7 +124,7 @@ TEST_F(ResponseReaderTest, FinalLinesEndTheReply) {
 
 TEST_F(ResponseReaderTest, LinesOutOfTurnPostTheWorkerANotice) {
     std::string command = "AT+CPBR=1";
-    Queue({"RING\r\n", "+CMTI: \"SM\",3\r\n", "+CPBR: 1,\"123\",129,\"A\"\r\n"});
+    Queue({"RING\r\n", "+CMTI: \"SM\",3\r\n", "+CPBR: 1,\"123\",129,\"A\"\r\n", "RING\r\n"});
     EXPECT_EQ(reader_.ReadSolicited(command), 0);
     EXPECT_EQ(RepliesOutOfTurnPosted(), 1);
     EXPECT_EQ(reader_.lines.GetRecord(0).text, "RING\r");
@@ -138,6 +138,11 @@ TEST_F(ResponseReaderTest, LinesOutOfTurnPostTheWorkerANotice) {
     EXPECT_EQ(reader_.ReadSolicited(command), 1);  // the reply goes on as before
     EXPECT_EQ(RepliesOutOfTurnPosted(), 0);
     EXPECT_EQ(reader_.finished, 0u);
+
+    // A ring leaves no head behind that the worker would decode again.
+    EXPECT_EQ(reader_.ReadSolicited(command), 0);
+    EXPECT_EQ(RepliesOutOfTurnPosted(), 1);
+    EXPECT_EQ(reader_.pendingLine(), "");
 }
 
 TEST_F(ResponseReaderTest, ShortOrMissingLinesEndTheReadQuietly) {
