@@ -3,7 +3,12 @@
 #include <cstring>
 #include <functional>
 
+#include <map>
+#include <set>
+
+#include "decode/solicited_cases.h"
 #include "decoder_fixture.h"
+#include "engine/command_catalogue.h"
 
 namespace velk {
 namespace {
@@ -382,6 +387,34 @@ TEST_F(SolicitedDecoder, ServiceRepliesFollowTheLastServiceHead) {
     for (uint32_t kind : {8u, kNoServiceReply}) {
         serviceReplyKind = kind;
         EXPECT_TRUE(Solicited(142, "+CLCK: 1\r").empty()) << kind;
+    }
+}
+
+// The decoder's table of cases and the command catalogue are written apart;
+// every command must give exactly the results the catalogue promises, under
+// every setting of the selectors.
+TEST_F(SolicitedDecoder, CasesAgreeWithTheCatalogue) {
+    // Commands without a text of their own are not in the catalogue.
+    const std::map<int32_t, std::set<int32_t>> withoutText = {
+        {117, {117}}, {118, {118}}, {131, {132}}, {142, {101, 107, 108, 109, 110, 111, 112, 113}},
+        {226, {38}},
+    };
+    for (int32_t id = kFirstCommandId - 1; id <= kLastCommandId + 1; ++id) {
+        std::set<int32_t> given;
+        for (uint32_t selector = 0; selector <= 8; ++selector) {
+            SetMessageForms(selector, selector);
+            serviceReplyKind = selector;
+            for (uint32_t raw : {0u, 1u}) {
+                ATResponseRecord line;
+                line.firstParam.rawLine = raw;
+                int32_t result = ChooseSolicitedForm(id, line).resultId;
+                if (result != 0) given.insert(result);
+            }
+        }
+        std::set<int32_t> promised;
+        for (int32_t result : CatalogueResults(id)) promised.insert(result);
+        if (auto it = withoutText.find(id); it != withoutText.end()) promised = it->second;
+        EXPECT_EQ(given, promised) << "command " << id;
     }
 }
 
