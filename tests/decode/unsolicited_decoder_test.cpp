@@ -1,7 +1,6 @@
 #include "decode/unsolicited_decoder.h"
 
 #include <cstring>
-#include <functional>
 #include <string>
 #include <utility>
 
@@ -9,8 +8,6 @@
 
 namespace velk {
 namespace {
-
-using Check = std::function<void(const ResultForms&)>;
 
 class UnsolicitedDecoder : public DecoderFixture {
   protected:
@@ -35,91 +32,76 @@ class UnsolicitedDecoder : public DecoderFixture {
 struct HeadRow {
     const char* line;
     int32_t resultId;
-    Check check;
+    bool (*check)(const ResultForms&);
 };
 
 const HeadRow kHeadRows[] = {
     {"+CBC: ,50\r\n", 11,
      [](const ResultForms& r) {
-         EXPECT_EQ(r.battery.connectionStatus, 0);
-         EXPECT_EQ(r.battery.chargeLevel, 50);
+         return r.battery.connectionStatus == 0 && r.battery.chargeLevel == 50;
      }},
     {"+CSQ: 20,\r\n", 9,
-     [](const ResultForms& r) {
-         EXPECT_EQ(r.signal.rssi, 20);
-         EXPECT_EQ(r.signal.ber, 0);
-     }},
+     [](const ResultForms& r) { return r.signal.rssi == 20 && r.signal.ber == 0; }},
     {"+CPIN: SIM PIN\r\n", 84,
-     [](const ResultForms& r) { EXPECT_EQ(Field(r.reportPinState.code), "SIM PIN"); }},
+     [](const ResultForms& r) { return Field(r.reportPinState.code) == "SIM PIN"; }},
     {"+CNMI: 2,1,0,2,0\r\n", 55,
      [](const ResultForms& r) {
-         EXPECT_EQ(r.reportIndicationModes.mode, 2);
-         EXPECT_EQ(r.reportIndicationModes.statusReport, 2);
+         return r.reportIndicationModes.mode == 2 && r.reportIndicationModes.statusReport == 2;
      }},
     {"+CMTI: \"SM\",3\r\n", 56,
      [](const ResultForms& r) {
-         EXPECT_EQ(Field(r.reportMessageStored.store), "SM");
-         EXPECT_EQ(r.reportMessageStored.index, 3);
+         return Field(r.reportMessageStored.store) == "SM" && r.reportMessageStored.index == 3;
      }},
     {"+CMTI: \"SM\"\r\n", 56,
-     [](const ResultForms& r) { EXPECT_EQ(r.reportMessageStored.index, 0); }},
+     [](const ResultForms& r) { return r.reportMessageStored.index == 0; }},
     {"+CMT: \"+4912345\",,\"08/07/04,17:24:55+04\",145,4,0,0,\"+4917\",145,5\r\n", 57,
      [](const ResultForms& r) {
          const ReportMessageHeader& h = r.reportMessageHeader;
-         EXPECT_EQ(Field(h.originator), "+4912345");
-         EXPECT_EQ(Field(h.alpha), "");
-         EXPECT_EQ(Field(h.timestamp), "08/07/04,17:24:55+04");
-         EXPECT_EQ(h.originatorType, 145);
-         EXPECT_EQ(h.firstOctet, 4);
-         EXPECT_EQ(Field(h.serviceCentre), "+4917");
-         EXPECT_EQ(h.length, 5);
-         EXPECT_EQ(Field(h.body), "");
+         return Field(h.originator) == "+4912345" && Field(h.alpha).empty() &&
+                Field(h.timestamp) == "08/07/04,17:24:55+04" && h.originatorType == 145 &&
+                h.firstOctet == 4 && Field(h.serviceCentre) == "+4917" && h.length == 5 &&
+                Field(h.body).empty();
      }},
+    {"+CRING: VOICE\r\n", 99,
+     [](const ResultForms& r) { return r.reportRingType.type == kOmitted; }},
     {"+CCWA: 1,\"+4912345\",145,\"Mum\"\r\n", 100,
      [](const ResultForms& r) {
-         EXPECT_EQ(r.reportCallWaiting.serviceClass, 1);
-         EXPECT_EQ(Field(r.reportCallWaiting.number), "+4912345");
-         EXPECT_EQ(Field(r.reportCallWaiting.alpha), "Mum");
+         const auto& c = r.reportCallWaiting;
+         return c.serviceClass == 1 && Field(c.number) == "+4912345" && Field(c.alpha) == "Mum";
      }},
     {"+CLCC: 1,1,4,0,0,\"+4912345\",145\r\n", 79,
      [](const ResultForms& r) {
-         EXPECT_EQ(r.reportCallEntry.state, 4);
-         EXPECT_EQ(r.reportCallEntry.numberType, 145);
-         EXPECT_EQ(Field(r.reportCallEntry.alpha), "");
+         const auto& c = r.reportCallEntry;
+         return c.state == 4 && c.numberType == 145 && Field(c.alpha).empty();
      }},
-    {"+EXAUDIO: 1\r\n", 104, [](const ResultForms& r) { EXPECT_EQ(r.reportExaudio.value, 1); }},
+    {"+EXAUDIO: 1\r\n", 104, [](const ResultForms& r) { return r.reportExaudio.value == 1; }},
     {"+CAOC: \"000A12\",\"5\"\r\n", 137,
      [](const ResultForms& r) {
-         EXPECT_EQ(Field(r.reportCharge.meter), "000A12");
-         EXPECT_EQ(Field(r.reportCharge.second), "5");
+         return Field(r.reportCharge.meter) == "000A12" && Field(r.reportCharge.second) == "5";
      }},
     {"+EXACCRP: 1,2\r\n", 120,
      [](const ResultForms& r) {
-         EXPECT_EQ(r.reportExaccrp.values[0], 1);
-         EXPECT_EQ(r.reportExaccrp.values[1], 2);
+         return r.reportExaccrp.values[0] == 1 && r.reportExaccrp.values[1] == 2;
      }},
     {"+CCLK: \"08/07/04,17:24:55\"\r\n", 122,
-     [](const ResultForms& r) { EXPECT_EQ(Field(r.reportClock.time), "08/07/04,17:24:55"); }},
-    {"+CALA: 1\r\n", 123, [](const ResultForms& r) { EXPECT_EQ(r.reportAlarm.value, 1); }},
-    {"+EXHTRP: 4\r\n", 139, [](const ResultForms& r) { EXPECT_EQ(r.reportExhtrp.value, 4); }},
+     [](const ResultForms& r) { return Field(r.reportClock.time) == "08/07/04,17:24:55"; }},
+    {"+CALA: 1\r\n", 123, [](const ResultForms& r) { return r.reportAlarm.value == 1; }},
+    {"+EXHTRP: 4\r\n", 139, [](const ResultForms& r) { return r.reportExhtrp.value == 4; }},
     {"+EXCHRST: 1,2,3\r\n", 124,
-     [](const ResultForms& r) { EXPECT_EQ(r.reportExchrst.values[2], 3); }},
+     [](const ResultForms& r) { return r.reportExchrst.values[2] == 3; }},
     {"+CREG: 1,2\r\n", 75,
      [](const ResultForms& r) {
-         EXPECT_EQ(r.reportRegistration.state, 1);
-         EXPECT_EQ(r.reportRegistration.cell, 2);
+         return r.reportRegistration.state == 1 && r.reportRegistration.cell == 2;
      }},
     // The two error heads are too long for a grammar head: they reach the
     // broadcast forms in their places of the table with an empty record.
     {"+CME ERROR: 10\r\n", 59,
      [](const ResultForms& r) {
-         EXPECT_EQ(Field(r.reportBroadcastStored.store), "");
-         EXPECT_EQ(r.reportBroadcastStored.index, 0);
+         return Field(r.reportBroadcastStored.store).empty() && r.reportBroadcastStored.index == 0;
      }},
     {"+CMS ERROR: 500\r\n", 57,
      [](const ResultForms& r) {
-         EXPECT_EQ(r.reportBroadcastHeader.serial, kOmitted);
-         EXPECT_EQ(r.reportBroadcastHeader.pages, 0);
+         return r.reportBroadcastHeader.serial == kOmitted && r.reportBroadcastHeader.pages == 0;
      }},
 };
 
@@ -129,7 +111,7 @@ TEST_F(UnsolicitedDecoder, EveryHeadFillsItsForm) {
         std::vector<BlockPtr> blocks = Idle(row.line);
         ASSERT_EQ(blocks.size(), 1u);
         EXPECT_EQ(blocks[0]->resultId, row.resultId);
-        row.check(blocks[0]->result);
+        EXPECT_TRUE(row.check(blocks[0]->result));
     }
 }
 
