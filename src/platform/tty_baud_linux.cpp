@@ -7,7 +7,7 @@
 
 namespace velk {
 
-bool SetArbitraryBaud(int fd, uint32_t baudRate) {
+bool SetArbitraryBaud(int fd, uint32_t baudRate) {  // NOLINT(bugprone-easily-swappable-parameters)
     struct termios2 settings {};
     if (ioctl(fd, TCGETS2, &settings) != 0) return false;
     settings.c_cflag &= ~static_cast<tcflag_t>(CBAUD);

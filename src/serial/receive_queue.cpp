@@ -1,7 +1,7 @@
 #include "serial/receive_queue.h"
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <deque>
 #include <mutex>
 #include <new>
@@ -16,8 +16,9 @@ struct ReceiveQueue {
 };
 
 ReceiveQueue& TheQueue() {
-    static ReceiveQueue queue;
-    return queue;
+    // Never destroyed: a reader thread may still push while the process exits.
+    static ReceiveQueue* const queue = new ReceiveQueue();
+    return *queue;
 }
 
 }  // namespace
@@ -51,7 +52,7 @@ void PopLine(char* buffer) {
     std::lock_guard<std::mutex> hold(queue.lock);
     if (queue.lines.empty()) return;
     const std::string& line = queue.lines.front();
-    std::memcpy(buffer, line.data(), line.size());
+    std::copy(line.begin(), line.end(), buffer);
     queue.lines.pop_front();
 }
 
@@ -71,7 +72,7 @@ bool TakeLine(char*& buffer, uint32_t& length) {
     // line as a C string stops at its end.
     char* copy = static_cast<char*>(std::calloc(line.size() + 1, 1));
     if (copy == nullptr) return false;
-    std::memcpy(copy, line.data(), line.size());
+    std::copy(line.begin(), line.end(), copy);
     length = static_cast<uint32_t>(line.size());
     buffer = copy;
     queue.lines.pop_front();

@@ -31,6 +31,8 @@ CSerialLink& CSerialLink::Instance() {
 CSerialLink::CSerialLink()
     : assembler_([this](const char* line, uint32_t length) { OnLine(line, length); }) {}
 
+// The order of the arguments is that of the worker's start, which passes them on.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters)
 int CSerialLink::StartLink(ThreadId worker, uint8_t port, uint32_t baudRate, bool softwareFlow) {
     std::lock_guard<std::mutex> life(lifecycleMutex_);
     CloseAll();

@@ -51,15 +51,6 @@ TEST_F(ReceiveQueueTest, TakeOnAnEmptyQueueLeavesTheArgumentsAlone) {
     ReleaseLine(none);  // a null buffer is fine
 }
 
-TEST_F(ReceiveQueueTest, ClearDropsEveryLine) {
-    Push("A\r\n");
-    Push("B\r\n");
-    EXPECT_EQ(ClearLines(), 1);
-    EXPECT_EQ(HasLine(), 0);
-    Push("C\r\n");
-    EXPECT_EQ(HeadLength(), 3u);
-}
-
 struct DefaultDevice {
     uint8_t port;
     const char* path;

@@ -90,6 +90,11 @@ void FakePhone::SetDefaultReply(std::vector<std::string> lines) {
     defaultReply_ = std::move(lines);
 }
 
+void FakePhone::SetResponder(Responder responder) {
+    std::lock_guard<std::mutex> hold(mutex_);
+    responder_ = std::move(responder);
+}
+
 void FakePhone::SetEcho(bool on) {
     std::lock_guard<std::mutex> hold(mutex_);
     echo_ = on;
@@ -278,8 +283,15 @@ void FakePhone::OnCommandLine(const std::string& line) {
         output_.push_back({due, std::string(), true});
         return;
     }
+    std::vector<std::string> computed;
+    const std::vector<std::string>* lines = &defaultReply_;
+    if (rule != nullptr) {
+        lines = &rule->lines;
+    } else if (responder_ && responder_(line, computed)) {
+        lines = &computed;
+    }
     std::string reply = "\r\n";
-    for (const std::string& replyLine : rule != nullptr ? rule->lines : defaultReply_) {
+    for (const std::string& replyLine : *lines) {
         reply += replyLine;
         reply += "\r\n";
     }

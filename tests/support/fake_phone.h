@@ -9,8 +9,9 @@
 // after it is dropped), records them, echoes each with CR LF while echo is on
 // ("ATE0" turns it off, "ATE1" on again), and answers by the first rule that
 // fits: a rule for the exact command, else the rule with the longest prefix
-// of it, else the default reply. Commands are compared without regard to
-// case, as a phone does. A reply goes out as a phone sends it: a blank
+// of it (an empty prefix fits every command), else the responder, else the
+// default reply. Commands are compared without regard to case, as a phone
+// does. A reply goes out as a phone sends it: a blank
 // CR LF line, then each line with CR LF.
 #pragma once
 
@@ -21,6 +22,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -44,6 +46,12 @@ struct PhoneRule {
 
 class FakePhone {
   public:
+    // Works out the reply to a command that no rule fits: true with the reply
+    // lines filled in, false to leave it to the default reply. Runs on the
+    // phone's thread, with the phone's lock held: it must not call the phone.
+    using Responder =
+        std::function<bool(const std::string& command, std::vector<std::string>& lines)>;
+
     // Opens the pseudo-terminal and starts the phone. IsOpen() tells whether
     // that worked.
     FakePhone();
@@ -59,7 +67,8 @@ class FakePhone {
     void Reply(const std::string& command, std::vector<std::string> lines, uint32_t delayMs = 0);
     void ReplyToPrefix(const std::string& prefix, std::vector<std::string> lines,
                        uint32_t delayMs = 0);
-    // The answer to a command that no rule fits; "ERROR" at the start.
+    void SetResponder(Responder responder);
+    // The answer to a command that nothing else answers; "ERROR" at the start.
     void SetDefaultReply(std::vector<std::string> lines);
     void SetEcho(bool on);
 
@@ -114,6 +123,7 @@ class FakePhone {
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     std::vector<PhoneRule> rules_;
+    Responder responder_;
     std::vector<std::string> defaultReply_{"ERROR"};
     bool echo_ = true;
     bool stopping_ = false;
