@@ -1,30 +1,85 @@
 #include "engine/worker_control.h"
 
 #include <atomic>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "engine/message_numbers.h"
+#include "engine/thread_ids.h"
+#include "engine/worker_thread.h"
+#include "serial/serial_link.h"
 
 namespace velk {
 namespace {
+
 std::atomic<WorkerControl*> g_standIn{nullptr};
 
-// Until the real worker is wired in, a link cannot be opened without a
-// stand-in.
-WorkerControl* Current() { return g_standIn.load(); }
+// The worker of the link, null when there is none. Start and stop run on the
+// transfer thread (or the thread ending the link), one at a time.
+std::mutex g_workerMutex;
+std::unique_ptr<CATWorkerThread> g_pWorkerThread;
+
+constexpr uint32_t kStopRetryPauseMs = 50;
+
+int StartRealWorker(ThreadId controller, uint8_t port, uint32_t baudRate, bool softwareFlow) {
+    std::lock_guard<std::mutex> hold(g_workerMutex);
+    g_pWorkerThread.reset();  // a worker left from an earlier link
+    auto worker = std::make_unique<CATWorkerThread>();
+    const ThreadId id = worker->Launch();
+    controllerThreadId.store(controller);
+    CSerialLink& link = CSerialLink::Instance();
+    if (link.StartLink(id, port, baudRate, softwareFlow) != 1) {
+        // Nothing of a link that never stood may stay running.
+        worker->EndSilently();
+        worker.reset();
+        return 0;
+    }
+    link.ResetReceive();
+    workerThreadId.store(id);
+    g_pWorkerThread = std::move(worker);
+    return 1;
+}
+
+void StopRealWorker() {
+    std::lock_guard<std::mutex> hold(g_workerMutex);
+    if (!g_pWorkerThread) return;
+    const ThreadId id = g_pWorkerThread->ThreadIdOf();
+    // Wake a write held up by flow control before asking the worker to stop.
+    CSerialLink::Instance().RequestStop();
+    // A worker whose link fell has ended already: its queue is gone.
+    while (!PostThreadMessage(id, AT_MSG_STOP, 0, 0) && ThreadQueueAlive(id)) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(kStopRetryPauseMs));
+    }
+    g_pWorkerThread->Join();
+    g_pWorkerThread.reset();
+    workerThreadId.store(kNoThread);
+}
+
 }  // namespace
 
-void SetWorkerControlForTests(WorkerControl* control) { g_standIn.store(control); }
+void SetWorkerControlForTests(WorkerControl* control) {
+    g_standIn.store(control);
+}
 
 int StartWorker(ThreadId controller, uint8_t port, uint32_t baudRate, bool softwareFlow) {
-    WorkerControl* c = Current();
-    return c ? c->Start(controller, port, baudRate, softwareFlow) : 0;
+    if (WorkerControl* c = g_standIn.load())
+        return c->Start(controller, port, baudRate, softwareFlow);
+    return StartRealWorker(controller, port, baudRate, softwareFlow);
 }
 
 void StopWorker() {
-    if (WorkerControl* c = Current()) c->Stop();
+    if (WorkerControl* c = g_standIn.load()) {
+        c->Stop();
+        return;
+    }
+    StopRealWorker();
 }
 
 ThreadId GetWorkerThreadId() {
-    WorkerControl* c = Current();
-    return c ? c->WorkerId() : kNoThread;
+    if (WorkerControl* c = g_standIn.load()) return c->WorkerId();
+    return workerThreadId.load();
 }
 
 }  // namespace velk

@@ -9,7 +9,7 @@
 namespace velk {
 
 class ManualEvent {
-public:
+  public:
     explicit ManualEvent(bool signalled = false) : signalled_(signalled) {}
     void Set();
     void Reset();
@@ -18,7 +18,7 @@ public:
     // tick clock; kInfinite waits without limit.
     bool Wait(uint32_t timeoutMs);
 
-private:
+  private:
     mutable std::mutex mutex_;
     std::condition_variable cv_;
     bool signalled_;

@@ -61,7 +61,9 @@ ThreadId EnsureThreadQueue() {
     return t_id;
 }
 
-ThreadId CurrentThreadId() { return t_id; }
+ThreadId CurrentThreadId() {
+    return t_id;
+}
 
 void CloseThreadQueue(const std::function<void(const ThreadMessage&)>& disposeLeftover) {
     if (!t_queue) return;
@@ -93,7 +95,9 @@ bool PostThreadMessage(ThreadId target, uint32_t message, uintptr_t wParam, intp
     return true;
 }
 
-bool ThreadQueueAlive(ThreadId target) { return Find(target) != nullptr; }
+bool ThreadQueueAlive(ThreadId target) {
+    return Find(target) != nullptr;
+}
 
 bool PeekThreadMessage(ThreadMessage& out, uint32_t first, uint32_t last, bool remove) {
     Queue* queue = t_queue.get();

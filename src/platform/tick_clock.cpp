@@ -63,7 +63,9 @@ TestTickClock::~TestTickClock() {
     WakeTestWaiters();
 }
 
-uint32_t TestTickClock::Now() const { return State().now.load(); }
+uint32_t TestTickClock::Now() const {
+    return State().now.load();
+}
 
 void TestTickClock::Advance(uint32_t ms) {
     State().now.fetch_add(ms);

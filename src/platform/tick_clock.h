@@ -22,7 +22,7 @@ uint32_t GetTickCount();
 // A clock a test drives by hand. While one is installed, GetTickCount reads it
 // and timed waits end only when Advance/Set moves it past their deadline.
 class TestTickClock {
-public:
+  public:
     explicit TestTickClock(uint32_t start = 0);
     ~TestTickClock();  // uninstalls itself
     TestTickClock(const TestTickClock&) = delete;
