@@ -2,7 +2,6 @@
 // side. The test thread plays the worker: the link posts its messages to it.
 #include "serial/serial_link.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <grp.h>
 #include <sys/stat.h>
@@ -25,42 +24,18 @@
 #include "serial/receive_queue.h"
 #include "serial/transmit_path.h"
 #include "support/fake_phone.h"
+#include "support/process_resources.h"
 
 namespace velk {
 namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
+using test::ProcessResources;
+using test::ResourcesBecome;
 
 constexpr uint8_t kPort = 42;
 constexpr uid_t kNobody = 65534;
-
-std::size_t CountEntries(const char* directory) {
-    std::size_t count = 0;
-    if (DIR* dir = opendir(directory)) {
-        while (const dirent* entry = readdir(dir)) {
-            if (entry->d_name[0] != '.') ++count;
-        }
-        closedir(dir);
-    }
-    return count;
-}
-
-struct Resources {
-    std::size_t descriptors = CountEntries("/proc/self/fd");
-    std::size_t threads = CountEntries("/proc/self/task");
-    bool operator==(const Resources&) const = default;
-};
-
-// A reader that ended by itself may take a moment to leave the task list.
-bool ResourcesBecome(const Resources& wanted, milliseconds within) {
-    const auto end = steady_clock::now() + within;
-    while (!(Resources{} == wanted)) {
-        if (steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(milliseconds(5));
-    }
-    return true;
-}
 
 // Runs `body` in a child process and returns its exit status.
 template <typename Body>
@@ -177,10 +152,10 @@ TEST(LinkStart, AFailedStartLeavesNothingOpen) {
         if (row.device != nullptr) {
             ASSERT_EQ(SetPortDevice(row.port, row.device), 1);
         }
-        const Resources before;
+        const ProcessResources before = ProcessResources::Now();
         EXPECT_EQ(CSerialLink::Instance().StartLink(self, row.port, 115200, true), 0);
         EXPECT_EQ(CSerialLink::Instance().LastStartFault(), row.fault);
-        EXPECT_EQ(Resources{}, before);
+        EXPECT_EQ(ProcessResources::Now(), before);
         EXPECT_FALSE(CSerialLink::Instance().IsOpen());
     }
     EXPECT_FALSE(WaitForThreadMessage(0)) << "a failed start posts nothing";
@@ -345,7 +320,7 @@ INSTANTIATE_TEST_SUITE_P(Flow, BlockedWrite, ::testing::Bool(),
                          });
 
 TEST_F(LinkOnPty, AHangUpEndsTheLinkAndFreesEverything) {
-    Resources before;
+    ProcessResources before = ProcessResources::Now();
     ASSERT_EQ(Start(), 1);
     phone_.HangUp();
     before.descriptors -= 2;  // the phone's own two sides of the line went with the hang-up
@@ -357,14 +332,14 @@ TEST_F(LinkOnPty, AHangUpEndsTheLinkAndFreesEverything) {
 }
 
 TEST_F(LinkOnPty, StopLeavesNoThreadAndNoDescriptorAndCanStartAgain) {
-    const Resources before;
+    const ProcessResources before = ProcessResources::Now();
     for (int round = 0; round < 2; ++round) {
         SCOPED_TRACE(round);
         ASSERT_EQ(Start(), 1);
         Link().ResetReceive();
-        EXPECT_GT(Resources{}.threads, before.threads);
+        EXPECT_GT(ProcessResources::Now().threads, before.threads);
         Link().StopLink();
-        EXPECT_EQ(Resources{}, before);
+        EXPECT_EQ(ProcessResources::Now(), before);
         EXPECT_EQ(NextMessage(), AT_MSG_LINK_DOWN);
         Link().StopLink();
         EXPECT_EQ(NextMessage(100), 0u) << "a second stop posts nothing";

@@ -189,7 +189,12 @@ void FakePhone::Run() {
             std::lock_guard<std::mutex> hold(mutex_);
             waitingForRoom_ = false;
         }
-        if ((entries[1].revents & POLLIN) != 0) ReadInput();
+        if ((entries[1].revents & POLLIN) != 0) {
+            ReadInput();
+        } else if ((entries[1].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) {
+            std::lock_guard<std::mutex> hold(mutex_);
+            CloseLineLocked();  // the line broke under the phone
+        }
     }
 }
 
@@ -231,6 +236,8 @@ void FakePhone::ReadInput() {
     }
     for (ssize_t i = 0; i < count; ++i) {
         const char c = chunk[static_cast<std::size_t>(i)];
+        // The computer's own flow control is no part of a command.
+        if (c == kXon || c == kXoff) continue;
         if (c == '\n' && lastWasCr_) {
             lastWasCr_ = false;
             continue;
