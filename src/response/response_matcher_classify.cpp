@@ -68,6 +68,7 @@ int CATResponseMatcher::ClassifyLine(ATResponseRecord& record, std::string_view 
         record.firstParam.rawLine = 1;
         record.firstParam.type = paramWholeLine;
         record.firstParam.text = record.text;
+        record.firstParam.lastIndex = static_cast<int32_t>(record.text.size()) - 1;
         return 1;
     }
     if (ParseHead(record, lineText) == 1) record.kind = kindHeadLine;
@@ -102,6 +103,7 @@ int CATResponseMatcher::ParseHead(ATResponseRecord& record, std::string_view lin
         // Identification replies are free text: keep the line whole.
         record.firstParam.type = paramWholeLine;
         record.firstParam.text = record.text;
+        record.firstParam.lastIndex = static_cast<int32_t>(record.text.size()) - 1;
     } else {
         WalkParameters(rest, record, *row);
     }

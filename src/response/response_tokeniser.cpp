@@ -8,10 +8,6 @@
 namespace velk {
 namespace {
 
-int Length(std::string_view text) {
-    return static_cast<int>(text.size());
-}
-
 // The first type of the signature that `value` passes, or paramNone.
 uint32_t FirstPassingType(std::string_view value, uint32_t count, const uint32_t* types) {
     const uint32_t n = std::min<uint32_t>(count, kSignatureSize);
@@ -72,11 +68,16 @@ std::string NormaliseParameters(std::string_view text) {
 void WalkParameters(std::string_view rest, ATResponseRecord& record,
                     const ResponseGrammarRow& row) {
     const std::string normal = NormaliseParameters(rest);
-    // `consumed` is only ever measured, so its length stands for it. An
-    // unclosed quote makes it run one past the end of `normal`.
+    // `consumed` is only ever measured, so its length stands for it; what
+    // remains is a view of `normal` behind it, so a long line is walked in
+    // linear time. An unclosed quote makes `consumed` run one past the end.
+    const std::string_view all(normal);
     std::size_t consumed = 0;
-    std::string remaining = TrimLeft(normal);
-    auto advance = [&] { remaining = Right(normal, Length(normal) - static_cast<int>(consumed)); };
+    std::string_view remaining = all;
+    auto take = [&](std::size_t count) {
+        consumed += count;
+        remaining = consumed <= all.size() ? all.substr(consumed) : std::string_view();
+    };
 
     ATResponseParam* node = nullptr;
     while (!remaining.empty() && !Equal(remaining, "\r\n") && !Equal(remaining, "\r")) {
@@ -87,37 +88,31 @@ void WalkParameters(std::string_view rest, ATResponseRecord& record,
             case ',':
                 node->omitted = 1;
                 node->type = paramOmitted;
-                consumed += 1;
-                advance();
+                take(1);
                 break;
             case '(':
             case '-':
                 FillPunctuation(*node, first);
-                consumed += 1;
-                advance();
+                take(1);
                 break;
             case ')':
                 FillPunctuation(*node, first);
-                consumed += 1;
-                advance();
+                take(1);
                 // The comma between two bracketed lists only separates them.
                 if (SeparatorCommaAhead(remaining)) {
-                    consumed += 1;
-                    advance();
+                    take(1);
                 }
                 break;
             case '"': {
                 // No escape exists: the next quote ends the value, and without
                 // one the value runs to the end, CR included.
-                std::string value = SpanExcluding(std::string_view(remaining).substr(1), "\"");
+                std::string value = SpanExcluding(remaining.substr(1), "\"");
                 const uint32_t type = FirstPassingType(value, row.quotedCount, row.quotedTypes);
                 const std::size_t width = value.size() + 2;
                 FillValue(*node, record, std::move(value), type);
-                consumed += width;
-                advance();
+                take(width);
                 if (SeparatorCommaAhead(remaining)) {
-                    consumed += 1;
-                    advance();
+                    take(1);
                 }
                 break;
             }
@@ -126,12 +121,10 @@ void WalkParameters(std::string_view rest, ATResponseRecord& record,
                 const uint32_t type = FirstPassingType(value, row.plainCount, row.plainTypes);
                 const std::size_t width = value.size();
                 FillValue(*node, record, std::move(value), type);
-                consumed += width;
-                advance();
+                take(width);
                 // A dash after a value stays: it becomes a node of its own.
                 if (SeparatorCommaAhead(remaining)) {
-                    consumed += 1;
-                    advance();
+                    take(1);
                 }
                 break;
             }

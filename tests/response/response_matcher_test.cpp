@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -250,6 +252,44 @@ TEST_F(MatcherTest, MessageFormsChooseTheRowOfMessageHeads) {
     EXPECT_EQ(matcher_.current.kind, kindNone);
     EXPECT_EQ(errors_.Take(), (Reports{"Can't find the matched response code for +CMGR: 1\r\n!"}));
     messageReadForm = 0;
+}
+
+}  // namespace
+}  // namespace velk
+
+namespace velk {
+namespace {
+
+// Lines built from the bytes that steer the recogniser, in random order, as
+// a faulty or hostile phone might send them. Whatever comes, a line gives a
+// consistent record, and an accepted line is never an error.
+TEST(MatcherUnderNoise, EveryLineGivesAConsistentRecord) {
+    testing::PostedErrors errors;
+    const std::string alphabet = "+:=,-()\" \r\nAZCMEORSI0159\x01\xFF";
+    const char* commands[] = {"AT", "AT+CPBR=1", "AT+RNGI", "AT+IMGR=2", "ATD123;", "AT+CGMI"};
+    std::mt19937 random(7);
+    CATResponseMatcher matcher;
+    for (int i = 0; i < 3000; ++i) {
+        std::string line;
+        const std::size_t length = random() % 60;
+        for (std::size_t k = 0; k < length; ++k) line += alphabet[random() % alphabet.size()];
+        if (random() % 2 == 0) line += "\r\n";
+        SCOPED_TRACE(line);
+        const int accepted = matcher.MatchSolicited(commands[i % std::size(commands)], line);
+        ASSERT_TRUE(accepted == 0 || accepted == 1);
+        if (accepted == 1) {
+            ASSERT_NE(matcher.current.kind, kindError);
+        }
+        ASSERT_LE(matcher.current.ParamCount(), line.size() + 1);
+        for (const ATResponseParam* p = &matcher.current.firstParam; p != nullptr; p = p->next) {
+            if (!p->text.empty()) {
+                ASSERT_EQ(p->lastIndex, static_cast<int32_t>(p->text.size()) - 1);
+            }
+        }
+        matcher.MatchUnsolicited(line);
+        ASSERT_EQ(matcher.current.outOfTurn, 1u);
+        errors.Take();
+    }
 }
 
 }  // namespace
