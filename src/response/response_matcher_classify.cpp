@@ -2,10 +2,11 @@
 // entry for lines that come of the phone's own accord.
 #include <array>
 
+#include "response/response_matcher.h"
+
 #include "platform/string_ops.h"
 #include "response/param_validators.h"
 #include "response/reply_forms.h"
-#include "response/response_matcher.h"
 #include "response/response_tokeniser.h"
 
 namespace velk {
@@ -17,8 +18,8 @@ namespace {
 constexpr std::array<std::string_view, 3> kBareEvents = {"RING\r", "CONNECT\r", "+EXCPWD\r"};
 
 // "+CMGL" and "+CMGR" lines come in several forms with different parameters;
-// the current message forms choose the grammar row. An empty word means no
-// row: a "+CMGR" line in an unknown form is not read.
+// the current message forms choose the grammar row. "CMGR" alone has no row,
+// so a "+CMGR" line in an unknown form is not read.
 std::string MessageHead(const std::string& head) {
     if (Equal(head, "CMGL")) return head + (messageListForm.load() == 0 ? "SM" : "CBM");
     if (Equal(head, "CMGR")) {

@@ -57,6 +57,7 @@ std::string NormaliseParameters(std::string_view text) {
             out += ',';
             ++at;
         } else if (mark == '-' || mark == '(' || mark == ')') {
+            // "--" and "((" stand for one mark; the final CR LF stops the run.
             out += mark;
             at = work.find_first_not_of(mark, at);
         }
