@@ -13,6 +13,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <ctime>
 #include <string>
 #include <thread>
 
@@ -257,6 +258,19 @@ TEST_F(LinkOnPty, ResetReceiveForgetsWhatCameBefore) {
     phone_.Send("NEW\r\n");
     ASSERT_EQ(NextMessage(), AT_MSG_LINE_RECEIVED);
     EXPECT_EQ(TakeText(), "NEW\r\n");
+}
+
+TEST_F(LinkOnPty, AnIdleLinkUsesNoProcessorTime) {
+    ASSERT_EQ(Start(), 1);
+    Link().ResetReceive();
+    timespec before{};
+    timespec after{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &before);
+    std::this_thread::sleep_for(milliseconds(500));
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &after);
+    const double usedMs =
+        (after.tv_sec - before.tv_sec) * 1e3 + (after.tv_nsec - before.tv_nsec) / 1e6;
+    EXPECT_LT(usedMs, 50.0) << "something polls while the line is quiet";
 }
 
 class BlockedWrite : public LinkOnPty, public ::testing::WithParamInterface<bool> {
