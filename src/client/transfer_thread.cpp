@@ -161,16 +161,38 @@ void CATTransferThread::Run() {
             OnOpeningSilence();
             continue;
         }
-        if (message.wParam == kRequestParam) {
-            HandleRequest(message);
-        } else if (message.wParam == kResultParam) {
-            if (message.message == AT_MSG_STOPPED) break;
-            auto* block = reinterpret_cast<ATCommandBlock*>(message.lParam);
-            if (block) HandleResult(block);
-            FreeResultBlock(block);
-        }
+        if (message.wParam == kResultParam && message.message == AT_MSG_STOPPED) break;
+        Dispatch(message);
     }
     OnLinkEnd();
+}
+
+void CATTransferThread::Dispatch(const ThreadMessage& message) {
+    auto* block = message.wParam == kResultParam ? reinterpret_cast<ATCommandBlock*>(message.lParam)
+                                                 : nullptr;
+    try {
+        if (message.wParam == kRequestParam) HandleRequest(message);
+        if (block) HandleResult(block);
+    } catch (...) {
+        // Memory ran out in the middle of a step: the operation cannot go on,
+        // but it still ends with a message, and the thread goes on serving.
+        AbandonOperation();
+    }
+    FreeResultBlock(block);
+}
+
+void CATTransferThread::AbandonOperation() {
+    pendingCommands.clear();
+    ReleaseWriteRecords();
+    bool running;
+    {
+        std::lock_guard<std::mutex> hold(stateLock);
+        running = transferState != kStateIdle || readyFlag == 0;
+    }
+    if (!running) return;
+    PostWindow(VELK_MSG_TIMED_OUT);
+    EndOperation(0);
+    atRetryCount = 0;
 }
 
 // False when the opening has waited its time for anything after an error

@@ -122,6 +122,8 @@ class CATTransferThread {
     // The loop and its plumbing (transfer_thread.cpp).
     void Run();
     bool NextMessage(ThreadMessage& message);
+    void Dispatch(const ThreadMessage& message);
+    void AbandonOperation();
     void HandleRequest(const ThreadMessage& message);
     void HandleResult(ATCommandBlock* block);
     void ReleaseTransferData();

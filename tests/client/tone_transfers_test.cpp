@@ -135,7 +135,8 @@ TEST_F(ToneTransfers, EachRefusalHasItsMessageAndClearsTheWorkerQueue) {
                                                                : velk_WriteMid(Tone(2, "x", body));
         ASSERT_EQ(accepted, 1);
         EXPECT_THAT(Finish(), ElementsAre(c.message));
-        EXPECT_EQ(worker.ClearPendingCount(), ++clears);
+        EXPECT_TRUE(worker.WaitForClearPending(++clears));
+        EXPECT_EQ(worker.ClearPendingCount(), clears);
         MidInfoRecord* info = nullptr;
         EXPECT_EQ(velk_GetMidInfo(&info), 0) << "nothing to fetch after a refusal";
     }

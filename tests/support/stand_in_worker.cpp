@@ -150,6 +150,12 @@ int StandInWorker::ClearPendingCount() const {
     return clearPending_;
 }
 
+bool StandInWorker::WaitForClearPending(int count, int timeoutMs) const {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::milliseconds(timeoutMs),
+                             [&] { return clearPending_ >= count; });
+}
+
 std::vector<StartArgs> StandInWorker::Starts() const {
     std::lock_guard<std::mutex> hold(mutex_);
     return starts_;
@@ -194,8 +200,11 @@ void StandInWorker::Loop(ThreadId controller) {
         GetThreadMessage(m);
         if (m.message == AT_MSG_STOP || m.message == kFallMessage) break;
         if (m.message == AT_MSG_CLEAR_PENDING) {
-            std::lock_guard<std::mutex> hold(mutex_);
-            ++clearPending_;
+            {
+                std::lock_guard<std::mutex> hold(mutex_);
+                ++clearPending_;
+            }
+            changed_.notify_all();
             continue;
         }
         if (m.message > kCommandMessageBase && m.wParam == kRequestParam && m.lParam != 0) {

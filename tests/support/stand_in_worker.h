@@ -74,6 +74,8 @@ class StandInWorker : public WorkerControl {
     // false on time-out.
     bool WaitForCommands(std::size_t count, int timeoutMs = 5000) const;
     int ClearPendingCount() const;
+    // Waits in real time until `count` AT_MSG_CLEAR_PENDING have come.
+    bool WaitForClearPending(int count, int timeoutMs = 5000) const;
     std::vector<StartArgs> Starts() const;
     bool Running() const;
 
