@@ -133,6 +133,14 @@ TEST_F(ExportsWithoutLink, EndFromTwoThreadsEndsTheLinkOnce) {
     EXPECT_EQ(velk_ReadMidInfo(), 0);
 }
 
+TEST_F(ExportsWithoutLink, PortDeviceMapping) {
+    const std::string tooLong(5000, 'd');
+    EXPECT_EQ(velk_SetPortDevice(0, "/dev/ttyUSB0"), 0) << "port 0 has no device";
+    EXPECT_EQ(velk_SetPortDevice(250, tooLong.c_str()), 0);
+    EXPECT_EQ(velk_SetPortDevice(250, "/dev/pts/7"), 1);
+    EXPECT_EQ(velk_SetPortDevice(250, nullptr), 1) << "back to the default";
+}
+
 using Exports = LinkTest;
 
 TEST_F(Exports, FetchesRefuseBeforeAnyResultAndLeaveTheOutParameter) {
@@ -242,13 +250,6 @@ TEST_F(Exports, ALinkThatFallsEndsTheOperationAndRefusesFromThenOn) {
     EXPECT_EQ(worker.Starts().size(), 2u);
     ASSERT_EQ(velk_ReadMidInfo(), 1);
     EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_MID_INFO_READ));
-}
-
-TEST_F(Exports, ALinkThatFallsWhileIdleSaysNothing) {
-    worker.Fall();
-    EXPECT_TRUE(window.Quiet(200));
-    EXPECT_EQ(velk_ReadMidInfo(), 0);
-    EXPECT_EQ(velk_EndThread(), 1);
 }
 
 TEST_F(Exports, AReaderThatWentAwayDoesNotHurtTheApplication) {

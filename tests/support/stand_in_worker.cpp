@@ -20,6 +20,14 @@ void CopyText(char (&field)[N], std::string_view text) {
     field[n] = '\0';
 }
 
+// A name field of 10 bytes with its length as the phone's line stated it,
+// which may be longer than the field.
+template <std::size_t N>
+uint8_t CopyName(char (&field)[N], std::string_view name) {
+    std::memcpy(field, name.data(), std::min(name.size(), N));
+    return static_cast<uint8_t>(name.size());
+}
+
 Reply Make(int32_t resultId) {
     Reply r;
     r.resultId = resultId;
@@ -45,9 +53,7 @@ Reply Error(std::string_view text) {
 Reply ToneInfo(std::string_view name, uint8_t number1, uint8_t number2, uint8_t number3) {
     Reply r = Make(kResultToneInfo);
     auto& f = r.form.toneInfo;
-    const std::size_t n = std::min(name.size(), sizeof f.infoName);
-    std::memcpy(f.infoName, name.data(), n);
-    f.nameLength = static_cast<uint8_t>(name.size());
+    f.nameLength = CopyName(f.infoName, name);
     f.infoNumber1 = number1;
     f.infoNumber2 = number2;
     f.infoNumber3 = number3;
@@ -59,9 +65,7 @@ Reply TonePart(uint8_t slot, std::string_view name, uint8_t part, std::string_vi
     Reply r = Make(kResultTonePart);
     auto& f = r.form.tonePart;
     f.index = slot;
-    const std::size_t n = std::min(name.size(), sizeof f.name);
-    std::memcpy(f.name, name.data(), n);
-    f.nameLength = static_cast<uint8_t>(name.size());
+    f.nameLength = CopyName(f.name, name);
     f.part = part;
     f.textLength = static_cast<uint8_t>(text.size());
     f.sizeHigh = sizeHigh;
@@ -73,9 +77,7 @@ Reply TonePart(uint8_t slot, std::string_view name, uint8_t part, std::string_vi
 Reply ImageInfo(std::string_view name, std::vector<uint16_t> frameRanges) {
     Reply r = Make(kResultImageInfo);
     auto& f = r.form.imageInfo;
-    const std::size_t n = std::min(name.size(), sizeof f.infoName);
-    std::memcpy(f.infoName, name.data(), n);
-    f.nameLength = static_cast<uint8_t>(name.size());
+    f.nameLength = CopyName(f.infoName, name);
     f.infoNumber1 = 1;
     f.infoNumber5 = 5;
     r.withRanges = true;
@@ -88,9 +90,7 @@ Reply ImagePart(uint8_t frame, std::string_view name, uint8_t part, std::string_
     Reply r = Make(kResultImagePart);
     auto& f = r.form.imagePart;
     f.index = frame;
-    const std::size_t n = std::min(name.size(), sizeof f.name);
-    std::memcpy(f.name, name.data(), n);
-    f.nameLength = static_cast<uint8_t>(name.size());
+    f.nameLength = CopyName(f.name, name);
     f.part = part;
     f.textLength = static_cast<uint8_t>(text.size());
     CopyText(f.text, text);
