@@ -1,0 +1,112 @@
+#include "platform/named_sync.h"
+#include "platform/shared_sync_cell.h"
+
+namespace velk {
+namespace {
+
+using sync_detail::Deadline;
+
+constexpr uint32_t kEventKind = 0x564B4556;  // "VKEV"
+
+struct EventCell {
+    sync_detail::SyncCellHeader header;
+    pthread_mutex_t lock;
+    pthread_cond_t changed;
+    uint32_t signalled;
+    uint64_t edges;
+};
+
+bool InitEventCell(void* raw, const void* arg) {
+    auto* cell = static_cast<EventCell*>(raw);
+    cell->signalled = *static_cast<const bool*>(arg) ? 1 : 0;
+    cell->edges = 0;
+    return sync_detail::InitSharedMutex(&cell->lock, false) &&
+           sync_detail::InitSharedCondition(&cell->changed);
+}
+
+// The event's lock, held for one scope; holds nothing when the event is not
+// open.
+class EventLock : public sync_detail::RobustLockGuard {
+  public:
+    explicit EventLock(EventCell* cell)
+        : RobustLockGuard(cell != nullptr ? &cell->lock : nullptr) {}
+};
+
+}  // namespace
+
+bool NamedEvent::Create(const char* name, bool initiallySignalled) {
+    return sync_detail::AttachCell(memory_, name, true, sizeof(EventCell), kEventKind,
+                                   InitEventCell, &initiallySignalled);
+}
+
+bool NamedEvent::OpenExisting(const char* name) {
+    const bool unused = false;
+    return name != nullptr && sync_detail::AttachCell(memory_, name, false, sizeof(EventCell),
+                                                      kEventKind, InitEventCell, &unused);
+}
+
+bool NamedEvent::Set() {
+    auto* cell = static_cast<EventCell*>(memory_.View());
+    EventLock lock(cell);
+    if (!lock.Held()) return false;
+    if (cell->signalled == 0) {
+        cell->signalled = 1;
+        ++cell->edges;
+        pthread_cond_broadcast(&cell->changed);
+    }
+    return true;
+}
+
+bool NamedEvent::Reset() {
+    auto* cell = static_cast<EventCell*>(memory_.View());
+    EventLock lock(cell);
+    if (!lock.Held()) return false;
+    cell->signalled = 0;
+    return true;
+}
+
+bool NamedEvent::IsSet() {
+    auto* cell = static_cast<EventCell*>(memory_.View());
+    EventLock lock(cell);
+    return lock.Held() && cell->signalled != 0;
+}
+
+uint32_t NamedEvent::Wait(uint32_t timeoutMs) {
+    auto* cell = static_cast<EventCell*>(memory_.View());
+    EventLock lock(cell);
+    if (!lock.Held()) return kWaitFailed;
+    const Deadline deadline(timeoutMs);
+    while (cell->signalled == 0) {
+        if (timeoutMs == 0 || !sync_detail::WaitCondition(&cell->changed, &cell->lock, deadline)) {
+            return cell->signalled != 0 ? kWaitObject0 : kWaitTimeout;
+        }
+    }
+    return kWaitObject0;
+}
+
+uint64_t NamedEvent::Edges() {
+    auto* cell = static_cast<EventCell*>(memory_.View());
+    EventLock lock(cell);
+    return lock.Held() ? cell->edges : 0;
+}
+
+bool NamedEvent::WaitForEdge(uint64_t& seen, const std::atomic<bool>& stop) {
+    auto* cell = static_cast<EventCell*>(memory_.View());
+    EventLock lock(cell);
+    if (!lock.Held()) return false;
+    const Deadline never(kInfinite);
+    while (cell->edges == seen) {
+        if (stop.load()) return false;
+        sync_detail::WaitCondition(&cell->changed, &cell->lock, never);
+    }
+    seen = cell->edges;
+    return true;
+}
+
+void NamedEvent::WakeEdgeWaiters() {
+    auto* cell = static_cast<EventCell*>(memory_.View());
+    EventLock lock(cell);
+    if (lock.Held()) pthread_cond_broadcast(&cell->changed);
+}
+
+}  // namespace velk

@@ -1,0 +1,53 @@
+#include "platform/private_files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+
+namespace velk {
+namespace {
+
+bool IsPrivate(const struct stat& st) {
+    return S_ISDIR(st.st_mode) && st.st_uid == geteuid() && (st.st_mode & 022) == 0;
+}
+
+}  // namespace
+
+std::string UserTempDirectory() {
+    return "/tmp/velkport-" + std::to_string(geteuid());
+}
+
+bool IsPrivateDirectory(const std::string& path) {
+    struct stat st {};
+    return lstat(path.c_str(), &st) == 0 && IsPrivate(st);
+}
+
+std::FILE* OpenPrivateFile(const std::string& directory, const char* name, const char* mode) {
+    int flags = 0;
+    if (std::strcmp(mode, "r") == 0) {
+        flags = O_RDONLY;
+    } else if (std::strcmp(mode, "w+") == 0) {
+        flags = O_RDWR | O_CREAT | O_TRUNC;
+    } else {
+        return nullptr;
+    }
+    // The directory is checked through the descriptor that the file is then
+    // opened in, so it cannot be swapped between the check and the open.
+    const int dir = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (dir < 0) return nullptr;
+    struct stat st {};
+    if (fstat(dir, &st) != 0 || !IsPrivate(st)) {
+        close(dir);
+        return nullptr;
+    }
+    const int fd = openat(dir, name, flags | O_NOFOLLOW | O_CLOEXEC, 0600);
+    close(dir);
+    if (fd < 0) return nullptr;
+    std::FILE* file = fdopen(fd, mode);
+    if (file == nullptr) close(fd);
+    return file;
+}
+
+}  // namespace velk

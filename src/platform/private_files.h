@@ -1,0 +1,24 @@
+// Files with fixed names in a directory of the user's own: the directory must
+// be the user's, a real directory and not a symlink, and writable by nobody
+// else, and the files in it are opened without following symlinks, so that
+// no other user can point a fixed name at a file of their choice.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+namespace velk {
+
+// "/tmp/velkport-<uid>" for the effective user.
+std::string UserTempDirectory();
+
+// True when `path` is a directory (not a symlink to one) that the effective
+// user owns and that neither group nor others may write.
+bool IsPrivateDirectory(const std::string& path);
+
+// Opens `name` in `directory` with an fopen mode: "r" (the file has to be
+// there), "w+" (made with mode 0600, or cut to nothing). Null when the
+// directory is not private, `name` is a symlink, or the open fails.
+std::FILE* OpenPrivateFile(const std::string& directory, const char* name, const char* mode);
+
+}  // namespace velk

@@ -1,0 +1,155 @@
+#include "platform/shared_sync_cell.h"
+
+#include <signal.h>
+
+#include <cerrno>
+#include <string>
+
+#include "platform/thread_messages.h"
+
+namespace velk::sync_detail {
+namespace {
+
+constexpr uint32_t kReady = 0x564B5259;  // "VKRY"
+// How long an opener waits for a creator that is still setting a cell up.
+constexpr int kSetupPatienceMs = 1000;
+
+timespec Now(clockid_t clock) {
+    timespec ts{};
+    clock_gettime(clock, &ts);
+    return ts;
+}
+
+timespec Add(timespec t, long long ms) {
+    t.tv_sec += static_cast<time_t>(ms / 1000);
+    t.tv_nsec += static_cast<long>((ms % 1000) * 1000000);
+    if (t.tv_nsec >= 1000000000) {
+        t.tv_sec += 1;
+        t.tv_nsec -= 1000000000;
+    }
+    return t;
+}
+
+long long Difference(const timespec& later, const timespec& earlier) {
+    return (static_cast<long long>(later.tv_sec) - earlier.tv_sec) * 1000000000LL +
+           (later.tv_nsec - earlier.tv_nsec);
+}
+
+}  // namespace
+
+Deadline::Deadline(uint32_t timeoutMs) : infinite_(timeoutMs == kInfinite) {
+    if (!infinite_) end_ = Add(Now(CLOCK_MONOTONIC), timeoutMs);
+}
+
+bool Deadline::Passed() const {
+    return !infinite_ && Difference(end_, Now(CLOCK_MONOTONIC)) <= 0;
+}
+
+timespec Deadline::Realtime() const {
+    long long left = Difference(end_, Now(CLOCK_MONOTONIC));
+    if (left < 0) left = 0;
+    timespec t = Now(CLOCK_REALTIME);
+    t.tv_sec += static_cast<time_t>(left / 1000000000LL);
+    t.tv_nsec += static_cast<long>(left % 1000000000LL);
+    if (t.tv_nsec >= 1000000000) {
+        t.tv_sec += 1;
+        t.tv_nsec -= 1000000000;
+    }
+    return t;
+}
+
+bool InitSharedMutex(pthread_mutex_t* mutex, bool recursive) {
+    pthread_mutexattr_t attr;
+    if (pthread_mutexattr_init(&attr) != 0) return false;
+    bool ok = pthread_mutexattr_setpshared(&attr, PTHREAD_PROCESS_SHARED) == 0 &&
+              pthread_mutexattr_setrobust(&attr, PTHREAD_MUTEX_ROBUST) == 0 &&
+              pthread_mutexattr_settype(
+                  &attr, recursive ? PTHREAD_MUTEX_RECURSIVE : PTHREAD_MUTEX_NORMAL) == 0 &&
+              pthread_mutex_init(mutex, &attr) == 0;
+    pthread_mutexattr_destroy(&attr);
+    return ok;
+}
+
+bool InitSharedCondition(pthread_cond_t* cond) {
+    pthread_condattr_t attr;
+    if (pthread_condattr_init(&attr) != 0) return false;
+    bool ok = pthread_condattr_setpshared(&attr, PTHREAD_PROCESS_SHARED) == 0 &&
+              pthread_condattr_setclock(&attr, CLOCK_MONOTONIC) == 0 &&
+              pthread_cond_init(cond, &attr) == 0;
+    pthread_condattr_destroy(&attr);
+    return ok;
+}
+
+bool AttachCell(SharedMemory& memory, const char* name, bool create, std::size_t size,
+                uint32_t kind, bool (*init)(void* cell, const void* arg), const void* arg) {
+    auto setUp = [&]() {
+        auto* header = static_cast<SyncCellHeader*>(memory.View());
+        header->kind = kind;
+        if (!init(memory.View(), arg)) return false;
+        header->ready.store(kReady, std::memory_order_release);
+        return true;
+    };
+    if (name == nullptr) {
+        if (!memory.CreateAnonymous(size)) return false;
+        if (setUp()) return true;
+        memory.Close();
+        return false;
+    }
+    const std::string objectName(name);
+    switch (memory.Open(objectName, create, size)) {
+        case SharedMemory::OpenResult::kCreated:
+            if (memory.Map(size) && setUp()) {
+                memory.CloseObject();
+                return true;
+            }
+            memory.Close();
+            SharedMemory::Remove(objectName);
+            return false;
+        case SharedMemory::OpenResult::kOpened:
+            break;
+        default:
+            return false;
+    }
+    // Another process made the cell and may still be setting it up; only
+    // that rare race waits here, a little at a time.
+    const Deadline patience(kSetupPatienceMs);
+    auto settled = [&](auto&& done) {
+        while (!done()) {
+            if (patience.Passed()) return false;
+            const timespec pause{0, 1000000};
+            nanosleep(&pause, nullptr);
+        }
+        return true;
+    };
+    bool ok = settled([&] { return memory.ObjectSize() >= size; }) && memory.Map(size);
+    memory.CloseObject();
+    if (ok) {
+        auto* header = static_cast<SyncCellHeader*>(memory.View());
+        ok = settled([&] { return header->ready.load(std::memory_order_acquire) == kReady; }) &&
+             header->kind == kind;
+    }
+    if (!ok) memory.Close();
+    return ok;
+}
+
+bool LockRobust(pthread_mutex_t* mutex) {
+    int rc = pthread_mutex_lock(mutex);
+    if (rc == EOWNERDEAD) rc = pthread_mutex_consistent(mutex);
+    return rc == 0;
+}
+
+bool WaitCondition(pthread_cond_t* cond, pthread_mutex_t* mutex, const Deadline& deadline) {
+    int rc = deadline.Infinite() ? pthread_cond_wait(cond, mutex)
+                                 : pthread_cond_timedwait(cond, mutex, &deadline.Monotonic());
+    if (rc == EOWNERDEAD) {
+        pthread_mutex_consistent(mutex);
+        rc = 0;
+    }
+    return rc != ETIMEDOUT;
+}
+
+bool ProcessEnded(int32_t pid) {
+    return pid > 0 && kill(pid, 0) != 0 && errno == ESRCH;
+}
+
+}  // namespace velk::sync_detail

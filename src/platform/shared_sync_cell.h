@@ -1,0 +1,84 @@
+// The common ground of the named mutex, event and semaphore (named_sync.h):
+// a small shared-memory object that holds a kind tag, a process-shared robust
+// lock, a process-shared condition on the monotonic clock, and the object's
+// own state behind them. Only named_*.cpp use it.
+#pragma once
+
+#include <pthread.h>
+#include <time.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/shared_memory.h"
+
+namespace velk::sync_detail {
+
+// A time-out turned into a point in time, so that a wait that wakes early
+// and waits again keeps its end.
+class Deadline {
+  public:
+    explicit Deadline(uint32_t timeoutMs);
+    bool Infinite() const { return infinite_; }
+    bool Passed() const;
+    // The end on the monotonic clock, for condition waits.
+    const timespec& Monotonic() const { return end_; }
+    // The end on the wall clock, for mutex waits (which only know that
+    // clock): the time that is left, counted from now.
+    timespec Realtime() const;
+
+  private:
+    bool infinite_;
+    timespec end_{};
+};
+
+// What every shared synchronisation object starts with. `ready` is written
+// last by the creator, once the lock and the condition are usable.
+struct SyncCellHeader {
+    std::atomic<uint32_t> ready;
+    uint32_t kind;
+};
+
+// Initialises a process-shared robust mutex (recursive when asked) and a
+// process-shared condition that measures time-outs on the monotonic clock.
+bool InitSharedMutex(pthread_mutex_t* mutex, bool recursive);
+bool InitSharedCondition(pthread_cond_t* cond);
+
+// Opens the named cell "name" (null: an anonymous one), creating and
+// initialising it when it is not there and `create` is set. `init` fills a
+// new cell's state behind the header and returns false on failure. A cell of
+// another kind, of another user, or one whose creator never finished, is
+// refused.
+bool AttachCell(SharedMemory& memory, const char* name, bool create, std::size_t size,
+                uint32_t kind, bool (*init)(void* cell, const void* arg), const void* arg);
+
+// Takes a robust lock. When its last holder died with it, the state it
+// guards is taken over as it stands. False only when the lock is unusable.
+bool LockRobust(pthread_mutex_t* mutex);
+
+// Holds a robust lock for one scope (null: holds nothing).
+class RobustLockGuard {
+  public:
+    explicit RobustLockGuard(pthread_mutex_t* mutex)
+        : mutex_(mutex), held_(mutex != nullptr && LockRobust(mutex)) {}
+    ~RobustLockGuard() {
+        if (held_) pthread_mutex_unlock(mutex_);
+    }
+    RobustLockGuard(const RobustLockGuard&) = delete;
+    RobustLockGuard& operator=(const RobustLockGuard&) = delete;
+    bool Held() const { return held_; }
+
+  private:
+    pthread_mutex_t* mutex_;
+    bool held_;
+};
+
+// Waits on `cond` with `mutex` held until woken or the deadline passes. False
+// on time-out (the lock is held again either way).
+bool WaitCondition(pthread_cond_t* cond, pthread_mutex_t* mutex, const Deadline& deadline);
+
+// True when no process of that id is alive any more.
+bool ProcessEnded(int32_t pid);
+
+}  // namespace velk::sync_detail

@@ -1,0 +1,183 @@
+#include "queues/single_writer_guard.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "child_process.h"
+#include "queues/queue_object_names.h"
+#include "queues/shared_queue.h"
+
+namespace velk {
+namespace {
+
+using test::ChildProcess;
+
+// A guard under a name of its own, with a look at its event and its count
+// from outside, as another process would have them.
+class SingleWriterGuardTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(guard.Initialize(name.c_str()), 1);
+        ASSERT_TRUE(noReaders.OpenExisting(
+            GuardObjectName(GuardObject::kEventNoReaders, name.c_str()).c_str()));
+        ASSERT_TRUE(numReaders.Create(
+            GuardObjectName(GuardObject::kSemNumReaders, name.c_str()).c_str(), 0, 1));
+    }
+    void TearDown() override {
+        noReaders.Close();
+        numReaders.Close();
+        guard.Delete();
+        CSharedQueue::RemoveObjects(name.c_str());
+    }
+
+    // A child that opens the same guard and runs the steps the parent sends:
+    // 'r' enter as reader, 'd' leave, 'w' try to write at once (answers 't'
+    // on a time-out), 'W' write, 'x' end at once holding whatever it holds,
+    // as a process that crashes does. Answers 'k' per step.
+    ChildProcess StartPartner() {
+        return ChildProcess([this](const ChildProcess::Channel& parent) {
+            CSingleWriterGuard mine;
+            if (mine.Initialize(name.c_str()) != 1) return 10;
+            for (;;) {
+                switch (parent.Receive()) {
+                    case 'r':
+                        if (mine.WaitToRead(kInfinite) != kWaitObject0) return 11;
+                        break;
+                    case 'd':
+                        mine.DoneReading();
+                        break;
+                    case 'w':
+                        if (mine.WaitToWrite(0) == kWaitTimeout) {
+                            parent.Send('t');
+                            continue;
+                        }
+                        break;
+                    case 'W':
+                        if (mine.WaitToWrite(kInfinite) != kWaitObject0) return 12;
+                        break;
+                    case 'x':
+                        parent.Send('k');
+                        _exit(0);
+                    default:
+                        return 13;
+                }
+                parent.Send('k');
+            }
+        });
+    }
+
+    const std::string name = test::UniqueName("g");
+    CSingleWriterGuard guard;
+    NamedEvent noReaders;
+    NamedSemaphore numReaders;
+};
+
+TEST_F(SingleWriterGuardTest, FirstReaderResetsTheEventAndTheLastSetsIt) {
+    ChildProcess partner = StartPartner();
+    ASSERT_TRUE(noReaders.IsSet());
+    partner.Send('r');
+    ASSERT_EQ(partner.Receive(), 'k');
+    EXPECT_FALSE(noReaders.IsSet());
+    ASSERT_EQ(guard.WaitToRead(0), kWaitObject0);
+    EXPECT_EQ(numReaders.Count(), 2);
+    partner.Send('d');
+    ASSERT_EQ(partner.Receive(), 'k');
+    EXPECT_FALSE(noReaders.IsSet());
+    EXPECT_EQ(numReaders.Count(), 1);
+    guard.DoneReading();
+    EXPECT_TRUE(noReaders.IsSet());
+    EXPECT_EQ(numReaders.Count(), 0);
+    partner.Send('x');
+    EXPECT_EQ(partner.Receive(), 'k');
+    EXPECT_EQ(partner.Wait(), 0);
+}
+
+TEST_F(SingleWriterGuardTest, WriterWithAReaderInsideTimesOutAndChangesNothing) {
+    ChildProcess partner = StartPartner();
+    partner.Send('r');
+    ASSERT_EQ(partner.Receive(), 'k');
+    EXPECT_EQ(guard.WaitToWrite(0), kWaitTimeout);
+    EXPECT_EQ(numReaders.Count(), 1);
+    EXPECT_FALSE(noReaders.IsSet());
+    // The mutex was let go: the reader can still leave, which needs it.
+    partner.Send('d');
+    ASSERT_EQ(partner.Receive(), 'k');
+    EXPECT_TRUE(noReaders.IsSet());
+    EXPECT_EQ(guard.WaitToWrite(0), kWaitObject0);
+    guard.DoneWriting();
+    partner.Send('x');
+    EXPECT_EQ(partner.Receive(), 'k');
+}
+
+TEST_F(SingleWriterGuardTest, AWriterKeepsReadersAndWritersOut) {
+    ChildProcess partner = StartPartner();
+    ASSERT_EQ(guard.WaitToWrite(kInfinite), kWaitObject0);
+    partner.Send('w');
+    EXPECT_EQ(partner.Receive(), 't');
+    EXPECT_EQ(numReaders.Count(), 0);
+    guard.DoneWriting();
+    partner.Send('r');
+    EXPECT_EQ(partner.Receive(), 'k');
+    partner.Send('x');
+    EXPECT_EQ(partner.Receive(), 'k');
+}
+
+TEST_F(SingleWriterGuardTest, AProcessThatEndsInsideDoesNotLockTheGuardForEver) {
+    {
+        ChildProcess writer = StartPartner();
+        writer.Send('W');
+        ASSERT_EQ(writer.Receive(), 'k');
+        writer.Send('x');
+        ASSERT_EQ(writer.Receive(), 'k');
+        ASSERT_EQ(writer.Wait(), 0);
+    }
+    EXPECT_EQ(guard.WaitToWrite(2000), kWaitAbandoned);
+    guard.DoneWriting();
+    {
+        ChildProcess reader = StartPartner();
+        reader.Send('r');
+        ASSERT_EQ(reader.Receive(), 'k');
+        reader.Send('x');
+        ASSERT_EQ(reader.Receive(), 'k');
+        ASSERT_EQ(reader.Wait(), 0);
+    }
+    EXPECT_FALSE(noReaders.IsSet());
+    EXPECT_EQ(guard.WaitToWrite(2000), kWaitObject0);
+    EXPECT_EQ(numReaders.Count(), 0);
+    EXPECT_TRUE(noReaders.IsSet());
+    guard.DoneWriting();
+}
+
+TEST(SingleWriterGuardNames, LongNamesLeaveTheGuardUnbuilt) {
+    // The longest prefix, "SWMRGEventNoReaders", has 19 characters: with 80
+    // more the name and its terminator fill the 100 bytes.
+    const struct {
+        std::size_t length;
+        int built;
+    } rows[] = {{80, 1}, {81, 0}, {90, 0}};
+    const std::string unique = test::UniqueName("");
+    for (const auto& row : rows) {
+        const std::string name = unique + std::string(row.length - unique.size(), 'n');
+        CSingleWriterGuard guard;
+        EXPECT_EQ(guard.Initialize(name.c_str()), row.built) << row.length;
+        EXPECT_EQ(guard.WaitToRead(0), row.built ? kWaitObject0 : kWaitFailed);
+        if (row.built) guard.DoneReading();
+        guard.Delete();
+        // Not even the mutex, whose name alone would have fitted, is made.
+        EXPECT_EQ(access(("/dev/shm/SWMRGMutexNoWriter" + name).c_str(), F_OK) == 0,
+                  row.built == 1);
+        CSharedQueue::RemoveObjects(name.c_str());
+    }
+}
+
+TEST(SingleWriterGuardNames, ANullNameMakesAGuardOfItsOwn) {
+    CSingleWriterGuard guard;
+    ASSERT_EQ(guard.Initialize(nullptr), 1);
+    EXPECT_EQ(guard.WaitToWrite(0), kWaitObject0);
+    guard.DoneWriting();
+}
+
+}  // namespace
+}  // namespace velk
