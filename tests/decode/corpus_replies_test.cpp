@@ -158,14 +158,6 @@ const PinnedRow kPinned[] = {
                 Field(h.serviceCentre) == "+85290000000" && h.length == 49 &&
                 Field(b[1]->result.messageDeliverHeader.body).starts_with("It is easy");
      }},
-    {"AT+CPMS?",
-     {"+CPMS: \"ME\",0,25,\"ME\",0,25,\"SM\",0,20", "OK"},
-     {30, 1},
-     [](const std::vector<BlockPtr>& b) {
-         const auto& s = b[0]->result.messageStores;
-         return Field(s.store1) == "ME" && s.total1 == 25 && Field(s.store3) == "SM" &&
-                s.total3 == 20;
-     }},
     {"AT+CPMS=?",
      {"+CPMS: (\"SM\",\"ME\"), (\"SM\",\"ME\"), (\"SM\",\"ME\")", "OK"},
      {31, 1},
@@ -181,64 +173,7 @@ const PinnedRow kPinned[] = {
          return Field(l.modes) == "(2)" && Field(l.delivers) == "(0,-,1,3)" &&
                 Field(l.buffereds) == "(0)";
      }},
-    {"AT+CSCA?",
-     {"+CSCA: \"+79168999100\",145", "OK"},
-     {46, 1},
-     [](const std::vector<BlockPtr>& b) {
-         return Field(b[0]->result.serviceCentre.address) == "+79168999100" &&
-                b[0]->result.serviceCentre.addressType == 145;
-     }},
     {"AT+CSCA?", {"+CME ERROR: 14"}, {3}, Any},
-    {"AT+CSMP?",
-     {"+CSMP: 49,167,0,0", "OK"},
-     {48, 1},
-     [](const std::vector<BlockPtr>& b) {
-         return b[0]->result.textParameters.firstOctet == 49 &&
-                b[0]->result.textParameters.validity == 167;
-     }},
-    {"AT+CSCS?",
-     {"+CSCS: \"GSM\"", "", "OK"},
-     {92, 1},
-     [](const std::vector<BlockPtr>& b) {
-         return Field(b[0]->result.characterSet.characterSet) == "GSM";
-     }},
-    {"AT+CMGF=?",
-     {"+CMGF: (0,1)", "", "OK"},
-     {43, 1},
-     [](const std::vector<BlockPtr>& b) {
-         return Field(b[0]->result.messageFormats.formats) == "(0,1)";
-     }},
-    {"AT+COPS?",
-     {"+COPS: 1,2,\"46000\""},
-     {77},
-     [](const std::vector<BlockPtr>& b) {
-         return b[0]->result.operatorCurrent.mode == 1 &&
-                b[0]->result.operatorCurrent.format == 2 &&
-                Field(b[0]->result.operatorCurrent.operatorName) == "46000";
-     }},
-    {"AT+CREG?",
-     {"+CREG: 1,3"},
-     {73},
-     [](const std::vector<BlockPtr>& b) {
-         return b[0]->result.registration.presentation == 1 && b[0]->result.registration.state == 3;
-     }},
-    {"AT+CSQ",
-     {"+CSQ: 18,99", "OK"},
-     {9, 1},
-     [](const std::vector<BlockPtr>& b) {
-         return b[0]->result.signal.rssi == 18 && b[0]->result.signal.ber == 99;
-     }},
-    {"AT+CBC",
-     {"+CBC: 0,97,4165", "OK"},
-     {11, 1},
-     [](const std::vector<BlockPtr>& b) {
-         return b[0]->result.battery.connectionStatus == 0 &&
-                b[0]->result.battery.chargeLevel == 97;
-     }},
-    {"AT+CPIN?",
-     {"+CPIN: SIM PIN", "OK"},
-     {83, 1},
-     [](const std::vector<BlockPtr>& b) { return Field(b[0]->result.pinState.code) == "SIM PIN"; }},
     {"AT+CGMM",
      {"Nokia 5210", "OK"},
      {6, 1},
