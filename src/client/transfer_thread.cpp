@@ -90,10 +90,14 @@ void FreeResultBlock(ATCommandBlock* block) {
     FreeCommandBlock(block);
 }
 
+// A result message carries its block as the lParam integer.
+ATCommandBlock* ResultBlockOf(const ThreadMessage& message) {
+    if (message.wParam != kResultParam || message.message == AT_MSG_STOPPED) return nullptr;
+    return reinterpret_cast<ATCommandBlock*>(message.lParam);  // NOLINT(performance-no-int-to-ptr)
+}
+
 void DisposeLeftover(const ThreadMessage& message) {
-    if (message.wParam == kResultParam && message.message != AT_MSG_STOPPED) {
-        FreeResultBlock(reinterpret_cast<ATCommandBlock*>(message.lParam));
-    }
+    FreeResultBlock(ResultBlockOf(message));
 }
 
 }  // namespace
@@ -124,8 +128,7 @@ void CATTransferThread::Run() {
 }
 
 void CATTransferThread::Dispatch(const ThreadMessage& message) {
-    auto* block = message.wParam == kResultParam ? reinterpret_cast<ATCommandBlock*>(message.lParam)
-                                                 : nullptr;
+    ATCommandBlock* block = ResultBlockOf(message);
     try {
         if (message.wParam == kRequestParam) HandleRequest(message);
         if (block) HandleResult(block);

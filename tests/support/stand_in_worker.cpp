@@ -34,6 +34,12 @@ Reply Make(int32_t resultId) {
     return r;
 }
 
+// A command message carries its block as the lParam integer.
+ATCommandBlock* CommandBlockOf(const ThreadMessage& m) {
+    if (m.message <= kCommandMessageBase || m.wParam != kRequestParam) return nullptr;
+    return reinterpret_cast<ATCommandBlock*>(m.lParam);  // NOLINT(performance-no-int-to-ptr)
+}
+
 }  // namespace
 
 Reply Done() {
@@ -207,16 +213,10 @@ void StandInWorker::Loop(ThreadId controller) {
             changed_.notify_all();
             continue;
         }
-        if (m.message > kCommandMessageBase && m.wParam == kRequestParam && m.lParam != 0) {
-            OnCommand(controller, reinterpret_cast<ATCommandBlock*>(m.lParam));
-        }
+        if (ATCommandBlock* block = CommandBlockOf(m)) OnCommand(controller, block);
     }
     PostStopped(controller);
-    CloseThreadQueue([](const ThreadMessage& m) {
-        if (m.message > kCommandMessageBase && m.wParam == kRequestParam) {
-            FreeCommandBlock(reinterpret_cast<ATCommandBlock*>(m.lParam));
-        }
-    });
+    CloseThreadQueue([](const ThreadMessage& m) { FreeCommandBlock(CommandBlockOf(m)); });
 }
 
 void StandInWorker::OnCommand(ThreadId controller, ATCommandBlock* block) {
