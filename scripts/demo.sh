@@ -6,7 +6,4 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${BUILD_DIR:-$root/build}
 cmake -S "$root" -B "$build" >/dev/null
 cmake --build "$build" -j "$(nproc)"
-if [ -x "$build/tools/velkport/velkport" ] && [ -x "$build/tools/velkport-phone/velkport-phone" ]; then
-  exec "$root/scripts/demo-run.sh" "$build"
-fi
 exec "$build/tools/selfcheck/velkport-selfcheck"
