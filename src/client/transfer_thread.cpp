@@ -96,6 +96,14 @@ ATCommandBlock* ResultBlockOf(const ThreadMessage& message) {
     return reinterpret_cast<ATCommandBlock*>(message.lParam);  // NOLINT(performance-no-int-to-ptr)
 }
 
+bool IsOperationRequest(uint32_t message) {
+    for (uint32_t request : {kMsgReadMid, kMsgReadMidInfo, kMsgReadAnimInfo, kMsgWriteAnimFrames,
+                             kMsgReadAnimFrames, kMsgWriteMid}) {
+        if (message == request) return true;
+    }
+    return false;
+}
+
 void DisposeLeftover(const ThreadMessage& message) {
     FreeResultBlock(ResultBlockOf(message));
 }
@@ -220,16 +228,24 @@ void CATTransferThread::HandleResult(ATCommandBlock* block) {
     }
 }
 
+// A link that fell by itself must still end the operation that runs, or that
+// an export accepted and left in the queue, with one message. A close-down
+// asked for by the client ends it silently.
 void CATTransferThread::OnLinkEnd() {
-    // A link that fell by itself must still end the running operation.
     bool running;
     {
         std::lock_guard<std::mutex> hold(stateLock);
         running = transferState != kStateIdle;
     }
-    if (running && !stopRequested_) PostWindow(VELK_MSG_TIMED_OUT);
     ReleaseTransferData();
-    CloseThreadQueue(DisposeLeftover);
+    bool requestLeft = !selfBacklog.empty();
+    CloseThreadQueue([&requestLeft](const ThreadMessage& message) {
+        if (message.wParam == kRequestParam && IsOperationRequest(message.message)) {
+            requestLeft = true;
+        }
+        DisposeLeftover(message);
+    });
+    if ((running || requestLeft) && !stopRequested_) PostWindow(VELK_MSG_TIMED_OUT);
 }
 
 // ---- state -------------------------------------------------------------
