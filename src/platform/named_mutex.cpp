@@ -10,13 +10,26 @@ using sync_detail::Deadline;
 
 constexpr uint32_t kMutexKind = 0x564B4D58;  // "VKMX"
 
+// How often a waiter with a time-out tries the mutex again even when nobody
+// released it: that is how it finds an owner that ended holding it.
+constexpr uint32_t kOwnerCheckMs = 1000;
+
+// The mutex itself, and a gate with a condition on which a timed waiter
+// sleeps until the mutex is released. (A timed lock of the mutex itself would
+// do without the gate, but the tools that check our locking cannot follow a
+// timed lock that inherits the mutex of a dead owner.)
 struct MutexCell {
     sync_detail::SyncCellHeader header;
     pthread_mutex_t mutex;
+    pthread_mutex_t gate;
+    pthread_cond_t released;
 };
 
-bool InitMutexCell(void* cell, const void* /*arg*/) {
-    return sync_detail::InitSharedMutex(&static_cast<MutexCell*>(cell)->mutex, true);
+bool InitMutexCell(void* raw, const void* /*arg*/) {
+    auto* cell = static_cast<MutexCell*>(raw);
+    return sync_detail::InitSharedMutex(&cell->mutex, true) &&
+           sync_detail::InitSharedMutex(&cell->gate, false) &&
+           sync_detail::InitSharedCondition(&cell->released);
 }
 
 }  // namespace
@@ -28,32 +41,35 @@ bool NamedMutex::Create(const char* name) {
 
 uint32_t NamedMutex::Wait(uint32_t timeoutMs) {
     if (!IsOpen()) return kWaitFailed;
-    pthread_mutex_t* mutex = &static_cast<MutexCell*>(memory_.View())->mutex;
+    auto* cell = static_cast<MutexCell*>(memory_.View());
     int rc = 0;
-    if (timeoutMs == 0) {
-        rc = pthread_mutex_trylock(mutex);
-        if (rc == EBUSY) return kWaitTimeout;
-    } else if (timeoutMs == kInfinite) {
-        rc = pthread_mutex_lock(mutex);
+    if (timeoutMs == kInfinite) {
+        rc = pthread_mutex_lock(&cell->mutex);
     } else {
-        // The lock only waits on the wall clock; the deadline is kept on the
-        // monotonic one, and a wall clock that jumps ahead only costs a round.
+        // The gate is held from each try until the wait, and a release
+        // signals under it, so no release falls between the two.
         const Deadline deadline(timeoutMs);
-        for (;;) {
-            const timespec until = deadline.Realtime();
-            rc = pthread_mutex_timedlock(mutex, &until);
-            if (rc != ETIMEDOUT) break;
-            if (deadline.Passed()) return kWaitTimeout;
+        sync_detail::RobustLockGuard gate(&cell->gate);
+        if (!gate.Held()) return kWaitFailed;
+        while ((rc = pthread_mutex_trylock(&cell->mutex)) == EBUSY) {
+            if (timeoutMs == 0 || deadline.Passed()) return kWaitTimeout;
+            sync_detail::WaitCondition(&cell->released, &cell->gate,
+                                       deadline.Within(kOwnerCheckMs));
         }
     }
     if (rc == EOWNERDEAD) {
-        return pthread_mutex_consistent(mutex) == 0 ? kWaitAbandoned : kWaitFailed;
+        return pthread_mutex_consistent(&cell->mutex) == 0 ? kWaitAbandoned : kWaitFailed;
     }
     return rc == 0 ? kWaitObject0 : kWaitFailed;
 }
 
 bool NamedMutex::Release() {
-    return IsOpen() && pthread_mutex_unlock(&static_cast<MutexCell*>(memory_.View())->mutex) == 0;
+    if (!IsOpen()) return false;
+    auto* cell = static_cast<MutexCell*>(memory_.View());
+    if (pthread_mutex_unlock(&cell->mutex) != 0) return false;
+    sync_detail::RobustLockGuard gate(&cell->gate);
+    if (gate.Held()) pthread_cond_broadcast(&cell->released);
+    return true;
 }
 
 bool RemoveNamedObject(const char* name) {

@@ -45,17 +45,9 @@ bool Deadline::Passed() const {
     return !infinite_ && Difference(end_, Now(CLOCK_MONOTONIC)) <= 0;
 }
 
-timespec Deadline::Realtime() const {
-    long long left = Difference(end_, Now(CLOCK_MONOTONIC));
-    if (left < 0) left = 0;
-    timespec t = Now(CLOCK_REALTIME);
-    t.tv_sec += static_cast<time_t>(left / 1000000000LL);
-    t.tv_nsec += static_cast<long>(left % 1000000000LL);
-    if (t.tv_nsec >= 1000000000) {
-        t.tv_sec += 1;
-        t.tv_nsec -= 1000000000;
-    }
-    return t;
+Deadline Deadline::Within(uint32_t ms) const {
+    Deadline sooner(ms);
+    return infinite_ || Difference(sooner.end_, end_) < 0 ? sooner : *this;
 }
 
 bool InitSharedMutex(pthread_mutex_t* mutex, bool recursive) {

@@ -24,9 +24,8 @@ class Deadline {
     bool Passed() const;
     // The end on the monotonic clock, for condition waits.
     const timespec& Monotonic() const { return end_; }
-    // The end on the wall clock, for mutex waits (which only know that
-    // clock): the time that is left, counted from now.
-    timespec Realtime() const;
+    // This deadline, or the one `ms` from now if that comes first.
+    Deadline Within(uint32_t ms) const;
 
   private:
     bool infinite_;
