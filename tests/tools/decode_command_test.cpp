@@ -1,0 +1,219 @@
+// `velkport decode` run in process: reply lines in, the printed blocks out.
+#include "velkport/decode_command.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "decode/solicited_decoder.h"
+
+namespace velk::cli {
+namespace {
+
+struct Outcome {
+    int code;
+    std::string out;
+    std::string err;
+};
+
+Outcome Decode(const std::vector<std::string>& args, const std::string& input) {
+    std::istringstream in(input);
+    std::ostringstream out;
+    std::ostringstream err;
+    int code = RunDecode(args, CommandIo{in, out, err});
+    // The selectors are process-wide; leave them as the library starts.
+    SetMessageForms(0, 0);
+    return {code, out.str(), err.str()};
+}
+
+struct DecodeRow {
+    const char* what;
+    std::vector<std::string> args;
+    std::string input;
+    std::string output;
+};
+
+const DecodeRow kDecodeRows[] = {
+    {"a phone-book entry and the final OK",
+     {"--id", "13", "--command", "AT+CPBR=1"},
+     "+CPBR: 1,\"+4912345\",145,\"Mum\"\nOK\n",
+     R"({"resultId":14,"form":"ResultPhonebookEntry","index":1,"number":"+4912345","numberType":145,"text":"Mum"})"
+     "\n"
+     R"({"resultId":1,"form":"ResultDone","commandId":13})"
+     "\n"},
+    {"the echo of the command, typed in small letters, is passed over; CR LF input",
+     {"--id", "13", "--command", "at+cpbr=1"},
+     "AT+CPBR=1\r\n+CPBR: 2,\"+49\",129,\"Dad\"\r\nOK\r\n",
+     R"({"resultId":14,"form":"ResultPhonebookEntry","index":2,"number":"+49","numberType":129,"text":"Dad"})"
+     "\n"
+     R"({"resultId":1,"form":"ResultDone","commandId":13})"
+     "\n"},
+    {"an error line ends the command with ResultError and no ResultDone",
+     {"--id", "13", "--command", "AT+CPBR=1"},
+     "+CME ERROR: 21\n",
+     R"({"resultId":3,"form":"ResultError","message":"21"})"
+     "\n"},
+    {"an empty first parameter of +CBC stays 0",
+     {"--id", "166", "--command", "AT+CBC"},
+     "+CBC: ,50\nOK\n",
+     R"({"resultId":11,"form":"ResultBattery","connectionStatus":0,"chargeLevel":50})"
+     "\n"
+     R"({"resultId":1,"form":"ResultDone","commandId":166})"
+     "\n"},
+    {"an image parameter of four digits: the error first, then the part with zeros",
+     {"--id", "157", "--command", "AT+IMGR=1"},
+     "+IMGR: 1,\"Anim\",1,2,3,4,\"2500\",\"AAAA\",5\nOK\n",
+     R"({"resultId":3,"form":"ResultError","message":"animParam 2500 is not right"})"
+     "\n"
+     R"({"resultId":158,"form":"ResultImagePart","index":1,"name":"Anim","nameLength":4,"part":1,"totalParts":2,"textLength":4,"sizeHigh":3,"sizeLow":4,"text":"AAAA","partCheck":5,"animParam1":0,"animParam2":0,"animParam3":0})"
+     "\n"
+     R"({"resultId":1,"form":"ResultDone","commandId":157})"
+     "\n"},
+    {"an image parameter of six digits gives three numbers",
+     {"--id", "157", "--command", "AT+IMGR=1"},
+     "+IMGR: 1,\"Anim\",1,2,3,4,\"250010\",\"AAAA\",5\nOK\n",
+     R"({"resultId":158,"form":"ResultImagePart","index":1,"name":"Anim","nameLength":4,"part":1,"totalParts":2,"textLength":4,"sizeHigh":3,"sizeLow":4,"text":"AAAA","partCheck":5,"animParam1":25,"animParam2":0,"animParam3":10})"
+     "\n"
+     R"({"resultId":1,"form":"ResultDone","commandId":157})"
+     "\n"},
+    {"image information with three frame pairs",
+     {"--id", "237", "--command", "AT+IMGINF"},
+     "+IMGINF: \"Pics\",1,2,3,4,5,10,0,4,10,2,14\nOK\n",
+     R"({"resultId":156,"form":"ResultImageInfo","infoName":"Pics","nameLength":4,"infoNumber1":1,"infoNumber2":2,"infoNumber3":3,"infoNumber4":4,"infoNumber5":5,"frameRanges":[10,0,4,10,2,14]})"
+     "\n"
+     R"({"resultId":1,"form":"ResultDone","commandId":237})"
+     "\n"},
+    {"image information without animations has an empty frame list",
+     {"--id", "237", "--command", "AT+IMGINF"},
+     "+IMGINF: \"Pics\",1,2,3,4,5\n",
+     R"({"resultId":156,"form":"ResultImageInfo","infoName":"Pics","nameLength":4,"infoNumber1":1,"infoNumber2":2,"infoNumber3":3,"infoNumber4":4,"infoNumber5":5,"frameRanges":[]})"
+     "\n"},
+    {"a full ten-byte name has no terminator and ends at the field's end",
+     {"--id", "236", "--command", "AT+RNGI"},
+     "+RNGI: \"ABCDEFGHIJ\",1,2,3\n",
+     R"({"resultId":151,"form":"ResultToneInfo","infoName":"ABCDEFGHIJ","infoNumber1":1,"infoNumber2":2,"nameLength":10,"infoNumber3":3})"
+     "\n"},
+    {"bytes above 127, a backslash and the line's own CR are escaped",
+     {"--id", "167", "--command", "AT+CGMI"},
+     "M\xe9r\\k\n",
+     R"({"resultId":5,"form":"ResultManufacturer","text":"M\u00e9r\\k\r"})"
+     "\n"},
+    {"a form without field names prints its values",
+     {"--id", "117", "--command", "AT+CLVL?"},
+     "+CLVL: 5\n",
+     R"({"resultId":117,"form":"ResultOneNumber","values":[5]})"
+     "\n"},
+    {"a line out of turn is decoded before the next line",
+     {"--id", "13", "--command", "AT+CPBR=1,2"},
+     "+CPBR: 1,\"+49\",129,\"Mum\"\n+CMTI: \"SM\",3\n+CPBR: 2,\"+50\",129,\"Dad\"\nOK\n",
+     R"({"resultId":14,"form":"ResultPhonebookEntry","index":1,"number":"+49","numberType":129,"text":"Mum"})"
+     "\n"
+     R"({"resultId":56,"form":"ReportMessageStored","store":"SM","index":3})"
+     "\n"
+     R"({"resultId":14,"form":"ResultPhonebookEntry","index":2,"number":"+50","numberType":129,"text":"Dad"})"
+     "\n"
+     R"({"resultId":1,"form":"ResultDone","commandId":13})"
+     "\n"},
+    {"after the final reply every line takes the idle path",
+     {"--id", "13", "--command", "AT+CPBR=1"},
+     "OK\n+CPBR: 1,\"+49\",129,\"Mum\"\n+CMTI: \"SM\",4\n",
+     R"({"resultId":1,"form":"ResultDone","commandId":13})"
+     "\n"
+     R"({"resultId":56,"form":"ReportMessageStored","store":"SM","index":4})"
+     "\n"},
+    {"a submitted message read with --read-form 1, header and body",
+     {"--id", "61", "--command", "AT+CMGR=1", "--read-form", "1"},
+     "+CMGR: \"STO UNSENT\",\"+4917\",,\"24/01/01\",145,17,0,0,167,\"+49171\",145,5\nHello\nOK\n",
+     R"({"resultId":62,"form":"ResultMessageHeader","state":"STO UNSENT","destination":"+4917","alpha":"","timestamp":"24/01/01","destinationType":145,"firstOctet":17,"protocolId":0,"codingScheme":0,"validity":167,"serviceCentre":"+49171","serviceCentreType":145,"length":5,"body":""})"
+     "\n"
+     R"({"resultId":231,"form":"ResultMessageBody","state":"","destination":"","alpha":"","timestamp":"","destinationType":0,"firstOctet":0,"protocolId":0,"codingScheme":0,"validity":0,"serviceCentre":"","serviceCentreType":0,"length":0,"body":"Hello\r"})"
+     "\n"
+     R"({"resultId":1,"form":"ResultDone","commandId":61})"
+     "\n"},
+    {"a delivered message is the default read form",
+     {"--id", "61", "--command", "AT+CMGR=1"},
+     "+CMGR: \"REC READ\",\"+4917\",,\"24/01/01\"\n",
+     R"({"resultId":62,"form":"ResultMessageHeader","state":"REC READ","originator":"+4917","alpha":"","timestamp":"24/01/01","originatorType":0,"firstOctet":0,"protocolId":0,"codingScheme":0,"serviceCentre":"","serviceCentreType":0,"length":0,"body":""})"
+     "\n"},
+    {"a broadcast list with --list-form 1",
+     {"--id", "94", "--command", "AT+CMGL", "--list-form", "1"},
+     "+CMGL: 1,\"REC READ\",5,50,1,1\nHi\n",
+     R"({"resultId":97,"form":"ResultListBroadcastHeader","index":1,"state":"REC READ","serial":5,"messageId":50,"page":1,"pages":1,"body":""})"
+     "\n"
+     R"({"resultId":230,"form":"ResultListBroadcastBody","index":0,"state":"","serial":0,"messageId":0,"page":0,"pages":0,"body":"Hi\r"})"
+     "\n"},
+    {"unsolicited: message header, stored message, and the broadcast form of id 57 (an error head "
+     "is not parsed when idle, so its number reads 65535)",
+     {"--unsolicited"},
+     "+CMT: \"+49123\",,\"24/01/01\",145,4,0,0,\"+49171\",145,5\n+CMTI: \"SM\"\n\n+CMS ERROR: 1\n",
+     R"({"resultId":57,"form":"ReportMessageHeader","originator":"+49123","alpha":"","timestamp":"24/01/01","originatorType":145,"firstOctet":4,"protocolId":0,"codingScheme":0,"serviceCentre":"+49171","serviceCentreType":145,"length":5,"body":""})"
+     "\n"
+     R"({"resultId":56,"form":"ReportMessageStored","store":"SM","index":0})"
+     "\n"
+     R"({"resultId":57,"form":"ReportBroadcastHeader","serial":65535,"messageId":0,"codingScheme":0,"page":0,"pages":0,"body":""})"
+     "\n"},
+    {"unsolicited: a head without a grammar row is reported",
+     {"--unsolicited"},
+     "+CUSD: 0,\"Hi\",15\n",
+     R"({"resultId":3,"form":"ResultError","message":"Can't find the matched response code for +CUSD: 0,\"Hi\",15\r\n!"})"
+     "\n"},
+};
+
+TEST(DecodeCommand, PrintsEveryBlockInOrder) {
+    for (const DecodeRow& row : kDecodeRows) {
+        Outcome outcome = Decode(row.args, row.input);
+        EXPECT_EQ(outcome.code, kExitDone) << row.what;
+        EXPECT_EQ(outcome.out, row.output) << row.what;
+        EXPECT_EQ(outcome.err, "") << row.what;
+    }
+}
+
+struct BadArgumentsRow {
+    std::vector<std::string> args;
+    const char* sentence;  // part of what is said on standard error
+};
+
+const BadArgumentsRow kBadArgumentRows[] = {
+    {{}, "give the command in progress with both --id and --command, or --unsolicited"},
+    {{"--id", "13"}, "both --id and --command"},
+    {{"--command", "AT+CPBR=1"}, "both --id and --command"},
+    {{"--id", "x", "--command", "AT"}, "--id needs a command id"},
+    {{"--id", "-1", "--command", "AT"}, "--id needs a command id"},
+    {{"--id", "2147483648", "--command", "AT"}, "--id needs a command id"},
+    {{"--id"}, "--id needs a value"},
+    {{"--unsolicited", "--id", "13"}, "--unsolicited takes no --id or --command"},
+    {{"--unsolicited=1"}, "--unsolicited takes no value"},
+    {{"--unsolicited", "--read-form", "one"}, "--read-form needs a number"},
+    {{"--unsolicited", "--verbose"}, "unknown argument \"--verbose\""},
+};
+
+TEST(DecodeCommand, BadArgumentsExitTwoWithASentence) {
+    for (const BadArgumentsRow& row : kBadArgumentRows) {
+        Outcome outcome = Decode(row.args, "OK\n");
+        EXPECT_EQ(outcome.code, kExitUsage) << row.sentence;
+        EXPECT_NE(outcome.err.find(row.sentence), std::string::npos) << outcome.err;
+        EXPECT_NE(outcome.err.find("usage: velkport decode"), std::string::npos) << outcome.err;
+        EXPECT_EQ(outcome.out, "") << row.sentence;
+    }
+}
+
+TEST(DecodeCommand, HelpDescribesEveryOption) {
+    Outcome outcome = Decode({"--help"}, "");
+    EXPECT_EQ(outcome.code, kExitDone);
+    for (const char* option :
+         {"--id", "--command", "--unsolicited", "--list-form", "--read-form"}) {
+        EXPECT_NE(outcome.out.find(option), std::string::npos) << option;
+    }
+}
+
+TEST(DecodeCommand, InlineValuesAreTaken) {
+    Outcome outcome = Decode({"--id=166", "--command=AT+CBC"}, "+CBC: 1,80\n");
+    EXPECT_EQ(outcome.out,
+              R"({"resultId":11,"form":"ResultBattery","connectionStatus":1,"chargeLevel":80})"
+              "\n");
+}
+
+}  // namespace
+}  // namespace velk::cli
