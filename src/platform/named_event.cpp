@@ -16,12 +16,14 @@ struct EventCell {
     uint64_t edges;
 };
 
-bool InitEventCell(void* raw, const void* arg) {
-    auto* cell = static_cast<EventCell*>(raw);
-    cell->signalled = *static_cast<const bool*>(arg) ? 1 : 0;
-    cell->edges = 0;
-    return sync_detail::InitSharedMutex(&cell->lock, false) &&
-           sync_detail::InitSharedCondition(&cell->changed);
+sync_detail::CellForm EventForm(bool initiallySignalled) {
+    return {sizeof(EventCell), kEventKind, [initiallySignalled](void* raw) {
+                auto* cell = static_cast<EventCell*>(raw);
+                cell->signalled = initiallySignalled ? 1 : 0;
+                cell->edges = 0;
+                return sync_detail::InitSharedMutex(&cell->lock, false) &&
+                       sync_detail::InitSharedCondition(&cell->changed);
+            }};
 }
 
 // The event's lock, held for one scope; holds nothing when the event is not
@@ -35,14 +37,14 @@ class EventLock : public sync_detail::RobustLockGuard {
 }  // namespace
 
 bool NamedEvent::Create(const char* name, bool initiallySignalled) {
-    return sync_detail::AttachCell(memory_, name, true, sizeof(EventCell), kEventKind,
-                                   InitEventCell, &initiallySignalled);
+    return sync_detail::AttachCell(memory_, name, sync_detail::CellOpen::kCreateIfMissing,
+                                   EventForm(initiallySignalled));
 }
 
 bool NamedEvent::OpenExisting(const char* name) {
-    const bool unused = false;
-    return name != nullptr && sync_detail::AttachCell(memory_, name, false, sizeof(EventCell),
-                                                      kEventKind, InitEventCell, &unused);
+    return name != nullptr &&
+           sync_detail::AttachCell(memory_, name, sync_detail::CellOpen::kExistingOnly,
+                                   EventForm(false));
 }
 
 bool NamedEvent::Set() {

@@ -25,7 +25,7 @@ struct MutexCell {
     pthread_cond_t released;
 };
 
-bool InitMutexCell(void* raw, const void* /*arg*/) {
+bool InitMutexCell(void* raw) {
     auto* cell = static_cast<MutexCell*>(raw);
     return sync_detail::InitSharedMutex(&cell->mutex, true) &&
            sync_detail::InitSharedMutex(&cell->gate, false) &&
@@ -35,8 +35,8 @@ bool InitMutexCell(void* raw, const void* /*arg*/) {
 }  // namespace
 
 bool NamedMutex::Create(const char* name) {
-    return sync_detail::AttachCell(memory_, name, true, sizeof(MutexCell), kMutexKind,
-                                   InitMutexCell, nullptr);
+    return sync_detail::AttachCell(memory_, name, sync_detail::CellOpen::kCreateIfMissing,
+                                   {sizeof(MutexCell), kMutexKind, InitMutexCell});
 }
 
 uint32_t NamedMutex::Wait(uint32_t timeoutMs) {

@@ -30,20 +30,6 @@ struct SemaphoreCell {
     LedgerEntry ledger[kLedgerEntries];
 };
 
-struct Counts {
-    int32_t initial;
-    int32_t maximum;
-};
-
-bool InitSemaphoreCell(void* raw, const void* arg) {
-    auto* cell = static_cast<SemaphoreCell*>(raw);
-    const auto* counts = static_cast<const Counts*>(arg);
-    cell->count = counts->initial;
-    cell->maximum = counts->maximum;
-    return sync_detail::InitSharedMutex(&cell->lock, false) &&
-           sync_detail::InitSharedCondition(&cell->changed);
-}
-
 class SemaphoreLock : public sync_detail::RobustLockGuard {
   public:
     explicit SemaphoreLock(SemaphoreCell* cell)
@@ -89,9 +75,14 @@ bool TakeLocked(SemaphoreCell* cell) {
 
 bool NamedSemaphore::Create(const char* name, int32_t initialCount, int32_t maximumCount) {
     if (maximumCount < 1 || initialCount < 0 || initialCount > maximumCount) return false;
-    const Counts counts{initialCount, maximumCount};
-    return sync_detail::AttachCell(memory_, name, true, sizeof(SemaphoreCell), kSemaphoreKind,
-                                   InitSemaphoreCell, &counts);
+    const sync_detail::CellForm form{sizeof(SemaphoreCell), kSemaphoreKind, [=](void* raw) {
+                                         auto* cell = static_cast<SemaphoreCell*>(raw);
+                                         cell->count = initialCount;
+                                         cell->maximum = maximumCount;
+                                         return sync_detail::InitSharedMutex(&cell->lock, false) &&
+                                                sync_detail::InitSharedCondition(&cell->changed);
+                                     }};
+    return sync_detail::AttachCell(memory_, name, sync_detail::CellOpen::kCreateIfMissing, form);
 }
 
 bool NamedSemaphore::Release(int32_t count, int32_t* previous) {

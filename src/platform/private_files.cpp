@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
-
 namespace velk {
 namespace {
 
@@ -24,15 +22,10 @@ bool IsPrivateDirectory(const std::string& path) {
     return lstat(path.c_str(), &st) == 0 && IsPrivate(st);
 }
 
-std::FILE* OpenPrivateFile(const std::string& directory, const char* name, const char* mode) {
-    int flags = 0;
-    if (std::strcmp(mode, "r") == 0) {
-        flags = O_RDONLY;
-    } else if (std::strcmp(mode, "w+") == 0) {
-        flags = O_RDWR | O_CREAT | O_TRUNC;
-    } else {
-        return nullptr;
-    }
+std::FILE* OpenPrivateFile(const std::string& directory, const std::string& name,
+                           PrivateFileMode mode) {
+    const bool write = mode == PrivateFileMode::kWriteFresh;
+    const int flags = write ? O_RDWR | O_CREAT | O_TRUNC : O_RDONLY;
     // The directory is checked through the descriptor that the file is then
     // opened in, so it cannot be swapped between the check and the open.
     const int dir = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
@@ -42,10 +35,10 @@ std::FILE* OpenPrivateFile(const std::string& directory, const char* name, const
         close(dir);
         return nullptr;
     }
-    const int fd = openat(dir, name, flags | O_NOFOLLOW | O_CLOEXEC, 0600);
+    const int fd = openat(dir, name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, 0600);
     close(dir);
     if (fd < 0) return nullptr;
-    std::FILE* file = fdopen(fd, mode);
+    std::FILE* file = fdopen(fd, write ? "w+" : "r");
     if (file == nullptr) close(fd);
     return file;
 }

@@ -16,9 +16,14 @@ std::string UserTempDirectory();
 // user owns and that neither group nor others may write.
 bool IsPrivateDirectory(const std::string& path);
 
-// Opens `name` in `directory` with an fopen mode: "r" (the file has to be
-// there), "w+" (made with mode 0600, or cut to nothing). Null when the
-// directory is not private, `name` is a symlink, or the open fails.
-std::FILE* OpenPrivateFile(const std::string& directory, const char* name, const char* mode);
+enum class PrivateFileMode {
+    kReadExisting,  // as fopen "r": the file has to be there
+    kWriteFresh,    // as fopen "w+": made with mode 0600, or cut to nothing
+};
+
+// Opens `name` in `directory`. Null when the directory is not private,
+// `name` is a symlink, or the open fails.
+std::FILE* OpenPrivateFile(const std::string& directory, const std::string& name,
+                           PrivateFileMode mode);
 
 }  // namespace velk

@@ -72,12 +72,12 @@ bool InitSharedCondition(pthread_cond_t* cond) {
     return ok;
 }
 
-bool AttachCell(SharedMemory& memory, const char* name, bool create, std::size_t size,
-                uint32_t kind, bool (*init)(void* cell, const void* arg), const void* arg) {
+bool AttachCell(SharedMemory& memory, const char* name, CellOpen open, const CellForm& form) {
+    const std::size_t size = form.size;
     auto setUp = [&]() {
         auto* header = static_cast<SyncCellHeader*>(memory.View());
-        header->kind = kind;
-        if (!init(memory.View(), arg)) return false;
+        header->kind = form.kind;
+        if (!form.init(memory.View())) return false;
         header->ready.store(kReady, std::memory_order_release);
         return true;
     };
@@ -88,7 +88,7 @@ bool AttachCell(SharedMemory& memory, const char* name, bool create, std::size_t
         return false;
     }
     const std::string objectName(name);
-    switch (memory.Open(objectName, create, size)) {
+    switch (memory.Open(objectName, open == CellOpen::kCreateIfMissing, size)) {
         case SharedMemory::OpenResult::kCreated:
             if (memory.Map(size) && setUp()) {
                 memory.CloseObject();
@@ -118,7 +118,7 @@ bool AttachCell(SharedMemory& memory, const char* name, bool create, std::size_t
     if (ok) {
         auto* header = static_cast<SyncCellHeader*>(memory.View());
         ok = settled([&] { return header->ready.load(std::memory_order_acquire) == kReady; }) &&
-             header->kind == kind;
+             header->kind == form.kind;
     }
     if (!ok) memory.Close();
     return ok;

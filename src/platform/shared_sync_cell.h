@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 #include "platform/shared_memory.h"
 
@@ -44,13 +45,20 @@ struct SyncCellHeader {
 bool InitSharedMutex(pthread_mutex_t* mutex, bool recursive);
 bool InitSharedCondition(pthread_cond_t* cond);
 
+// What a kind of cell is: its size, its tag, and how a new one's state
+// behind the header is set up (false on failure).
+struct CellForm {
+    std::size_t size;
+    uint32_t kind;
+    std::function<bool(void* cell)> init;
+};
+
+enum class CellOpen { kCreateIfMissing, kExistingOnly };
+
 // Opens the named cell "name" (null: an anonymous one), creating and
-// initialising it when it is not there and `create` is set. `init` fills a
-// new cell's state behind the header and returns false on failure. A cell of
-// another kind, of another user, or one whose creator never finished, is
-// refused.
-bool AttachCell(SharedMemory& memory, const char* name, bool create, std::size_t size,
-                uint32_t kind, bool (*init)(void* cell, const void* arg), const void* arg);
+// initialising it when it is missing and `open` allows. A cell of another
+// kind, of another user, or one whose creator never finished, is refused.
+bool AttachCell(SharedMemory& memory, const char* name, CellOpen open, const CellForm& form);
 
 // Takes a robust lock. When its last holder died with it, the state it
 // guards is taken over as it stands. False only when the lock is unusable.

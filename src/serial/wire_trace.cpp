@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <mutex>
 
 #include "platform/private_files.h"
@@ -9,14 +10,24 @@
 namespace velk {
 namespace {
 
-constexpr char kPcBanner[] = "***ALL CONTENT WRITE FROM PC!***\n\n";
-constexpr char kLogBanner[] = "***ALL CONTENT WRITE FROM PC AND READ FROM TARGET!***\n\n";
+struct TraceFileForm {
+    const char* name;
+    PrivateFileMode mode;
+    const char* banner;  // null: none
+};
+
+// In the order they are opened; the first has to exist already.
+constexpr TraceFileForm kTraceFiles[] = {
+    {"TargetFile.txt", PrivateFileMode::kReadExisting, nullptr},
+    {"PcFile.txt", PrivateFileMode::kWriteFresh, "***ALL CONTENT WRITE FROM PC!***\n\n"},
+    {"LogFile.txt", PrivateFileMode::kWriteFresh,
+     "***ALL CONTENT WRITE FROM PC AND READ FROM TARGET!***\n\n"},
+};
+constexpr std::size_t kTraceFileCount = std::size(kTraceFiles);
 
 struct TraceFiles {
     std::mutex mutex;
-    std::FILE* target = nullptr;
-    std::FILE* pc = nullptr;
-    std::FILE* log = nullptr;
+    std::FILE* open[kTraceFileCount] = {};
 };
 
 TraceFiles& Files() {
@@ -25,18 +36,10 @@ TraceFiles& Files() {
 }
 
 void CloseLocked(TraceFiles& files) {
-    for (std::FILE** file : {&files.target, &files.pc, &files.log}) {
-        if (*file != nullptr) std::fclose(*file);
-        *file = nullptr;
+    for (std::FILE*& file : files.open) {
+        if (file != nullptr) std::fclose(file);
+        file = nullptr;
     }
-}
-
-// Opens a file for writing and puts its banner in, as one item without the
-// terminator.
-std::FILE* OpenWithBanner(const std::string& directory, const char* name, const char* banner) {
-    std::FILE* file = OpenPrivateFile(directory, name, "w+");
-    if (file != nullptr) std::fwrite(banner, std::strlen(banner), 1, file);
-    return file;
 }
 
 }  // namespace
@@ -45,12 +48,16 @@ int OpenWireTraceIn(const std::string& directory) {
     TraceFiles& files = Files();
     std::lock_guard<std::mutex> hold(files.mutex);
     CloseLocked(files);
-    files.target = OpenPrivateFile(directory, "TargetFile.txt", "r");
-    if (files.target != nullptr) files.pc = OpenWithBanner(directory, "PcFile.txt", kPcBanner);
-    if (files.pc != nullptr) files.log = OpenWithBanner(directory, "LogFile.txt", kLogBanner);
-    if (files.log == nullptr) {
-        CloseLocked(files);
-        return 0;
+    for (std::size_t i = 0; i < kTraceFileCount; ++i) {
+        const TraceFileForm& form = kTraceFiles[i];
+        std::FILE* file = OpenPrivateFile(directory, form.name, form.mode);
+        if (file == nullptr) {
+            CloseLocked(files);
+            return 0;
+        }
+        // The banner goes out as one item, without its terminator.
+        if (form.banner != nullptr) std::fwrite(form.banner, std::strlen(form.banner), 1, file);
+        files.open[i] = file;
     }
     return 1;
 }
