@@ -8,7 +8,14 @@ namespace velk {
 namespace {
 
 bool IsPrivate(const struct stat& st) {
-    return S_ISDIR(st.st_mode) && st.st_uid == geteuid() && (st.st_mode & 022) == 0;
+    return S_ISDIR(st.st_mode) && st.st_uid == geteuid() && (st.st_mode & S_IWOTH) == 0;
+}
+
+// A file that somebody else put there (a member of the directory's group)
+// is not ours to read or to overwrite.
+bool IsOwnFile(int fd) {
+    struct stat st {};
+    return fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == geteuid();
 }
 
 }  // namespace
@@ -25,7 +32,8 @@ bool IsPrivateDirectory(const std::string& path) {
 std::FILE* OpenPrivateFile(const std::string& directory, const std::string& name,
                            PrivateFileMode mode) {
     const bool write = mode == PrivateFileMode::kWriteFresh;
-    const int flags = write ? O_RDWR | O_CREAT | O_TRUNC : O_RDONLY;
+    // A file to be written is cut only once it is known to be ours.
+    const int flags = write ? O_RDWR | O_CREAT : O_RDONLY;
     // The directory is checked through the descriptor that the file is then
     // opened in, so it cannot be swapped between the check and the open.
     const int dir = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
@@ -38,6 +46,10 @@ std::FILE* OpenPrivateFile(const std::string& directory, const std::string& name
     const int fd = openat(dir, name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, 0600);
     close(dir);
     if (fd < 0) return nullptr;
+    if (!IsOwnFile(fd) || (write && ftruncate(fd, 0) != 0)) {
+        close(fd);
+        return nullptr;
+    }
     std::FILE* file = fdopen(fd, write ? "w+" : "r");
     if (file == nullptr) close(fd);
     return file;

@@ -1,7 +1,8 @@
 // Files with fixed names in a directory of the user's own: the directory must
-// be the user's, a real directory and not a symlink, and writable by nobody
-// else, and the files in it are opened without following symlinks, so that
-// no other user can point a fixed name at a file of their choice.
+// be the user's, a real directory and not a symlink, and not writable by
+// others; the files in it are opened without following symlinks and must be
+// the user's too, so that no other user can point a fixed name at a file of
+// their choice or slip in one of their own.
 #pragma once
 
 #include <cstdio>
@@ -13,7 +14,7 @@ namespace velk {
 std::string UserTempDirectory();
 
 // True when `path` is a directory (not a symlink to one) that the effective
-// user owns and that neither group nor others may write.
+// user owns and that others may not write.
 bool IsPrivateDirectory(const std::string& path);
 
 enum class PrivateFileMode {
@@ -22,7 +23,7 @@ enum class PrivateFileMode {
 };
 
 // Opens `name` in `directory`. Null when the directory is not private,
-// `name` is a symlink, or the open fails.
+// `name` is a symlink or another user's file, or the open fails.
 std::FILE* OpenPrivateFile(const std::string& directory, const std::string& name,
                            PrivateFileMode mode);
 

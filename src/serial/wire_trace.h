@@ -6,7 +6,7 @@
 // Opening writes a banner to the last two and empties them of anything
 // older. Nothing of the library writes more to them: they are kept for a
 // trace taken by hand. The directory has to be there, be the user's own and
-// writable by nobody else (see private_files.h), or nothing is opened.
+// not writable by others (see private_files.h), or nothing is opened.
 //
 // Open and close may run on any thread; the files are process-wide.
 #pragma once
