@@ -32,10 +32,10 @@ uint32_t PutName(ATCommandBlock& block, uint16_t offset, const std::string& text
 
 // "460-00": the country code before the first dash, the network code behind
 // it. A text without a dash is all country code.
-void PutCodes(ATCommandBlock& block, const FieldSpec& spec, const std::string& text) {
+void PutCodes(ATCommandBlock& block, const FieldEntry& entry, const std::string& text) {
     std::size_t dash = text.find('-');
-    PutName(block, spec.offset, text.substr(0, dash));
-    PutName(block, spec.lengthOffset, dash == std::string::npos ? "" : text.substr(dash + 1));
+    PutName(block, entry.offset, text.substr(0, dash));
+    PutName(block, entry.lengthOffset, dash == std::string::npos ? "" : text.substr(dash + 1));
 }
 
 // The image parameter is three two-digit numbers, "250010". Anything else is
@@ -82,58 +82,58 @@ const ATResponseParam* FlattenGroups(const ATResponseParam* cursor, std::string&
 }
 
 // Reads one field from `cursor`; returns the last node it took.
-const ATResponseParam* ReadField(ATCommandBlock& block, const FieldSpec& spec,
+const ATResponseParam* ReadField(ATCommandBlock& block, const FieldEntry& entry,
                                  const ATResponseParam* cursor) {
-    if (spec.optional && cursor->omitted == 1) return cursor;
+    if (entry.optional && cursor->omitted == 1) return cursor;
     const std::string& text = cursor->text;
-    switch (spec.kind) {
+    switch (entry.kind) {
         case FieldKind::kSkip:
             break;
         case FieldKind::kInt:
-            PutInt(block, spec.offset, ParamToInt(text));
+            PutInt(block, entry.offset, ParamToInt(text));
             break;
         case FieldKind::kIntIfText:
-            if (!text.empty()) PutInt(block, spec.offset, ParamToInt(text));
+            if (!text.empty()) PutInt(block, entry.offset, ParamToInt(text));
             break;
         case FieldKind::kByte:
-            PutByte(block, spec.offset, ParamToInt(text));
+            PutByte(block, entry.offset, ParamToInt(text));
             break;
         case FieldKind::kShortText:
-            ParamToText32(TextAt(block, spec.offset), spec.size, text);
+            ParamToText32(TextAt(block, entry.offset), entry.size, text);
             break;
         case FieldKind::kLongText:
-            ParamToText256(TextAt(block, spec.offset), spec.size, text);
+            ParamToText256(TextAt(block, entry.offset), entry.size, text);
             break;
         case FieldKind::kLongTextLength:
-            PutByte(
-                block, spec.lengthOffset,
-                static_cast<int32_t>(ParamToText256(TextAt(block, spec.offset), spec.size, text)));
+            PutByte(block, entry.lengthOffset,
+                    static_cast<int32_t>(
+                        ParamToText256(TextAt(block, entry.offset), entry.size, text)));
             break;
         case FieldKind::kName:
-            PutByte(block, spec.lengthOffset,
-                    static_cast<int32_t>(PutName(block, spec.offset, text)));
+            PutByte(block, entry.lengthOffset,
+                    static_cast<int32_t>(PutName(block, entry.offset, text)));
             break;
         case FieldKind::kCodes:
-            PutCodes(block, spec, text);
+            PutCodes(block, entry, text);
             break;
         case FieldKind::kAnimParam:
-            if (cursor->omitted == 0) PutAnimParam(block, spec.offset, text);
+            if (cursor->omitted == 0) PutAnimParam(block, entry.offset, text);
             break;
         case FieldKind::kList:
         case FieldKind::kListNoCommas: {
             std::string flat;
-            const ATResponseParam* end = FlattenList(cursor, spec.kind == FieldKind::kList, flat);
-            CopyCut(TextAt(block, spec.offset), spec.size, flat);
+            const ATResponseParam* end = FlattenList(cursor, entry.kind == FieldKind::kList, flat);
+            CopyCut(TextAt(block, entry.offset), entry.size, flat);
             return end;
         }
         case FieldKind::kListOfLists: {
             std::string flat;
             const ATResponseParam* end = FlattenGroups(cursor, flat);
-            CopyCut(TextAt(block, spec.offset), spec.size, flat);
+            CopyCut(TextAt(block, entry.offset), entry.size, flat);
             return end;
         }
         case FieldKind::kWordList: {
-            PutWords(block, spec.offset, cursor);
+            PutWords(block, entry.offset, cursor);
             const ATResponseParam* end = cursor;
             while (end->next != nullptr) end = end->next;
             return end;
@@ -169,9 +169,9 @@ const ATResponseParam* FlattenList(const ATResponseParam* cursor, bool commas, s
 
 const ATResponseParam* WalkFields(ATCommandBlock& block, const ATResponseParam* cursor,
                                   FieldList fields) {
-    for (const FieldSpec& spec : fields) {
+    for (const FieldEntry& entry : fields) {
         if (cursor == nullptr) break;
-        cursor = ReadField(block, spec, cursor)->next;
+        cursor = ReadField(block, entry, cursor)->next;
     }
     return cursor;
 }

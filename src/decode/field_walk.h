@@ -36,7 +36,7 @@ enum class FieldKind : uint8_t {
     kWordList,        // this and every later parameter appended to the list at offset
 };
 
-struct FieldSpec {
+struct FieldEntry {
     FieldKind kind;
     bool optional;          // read only when the parameter was not omitted
     uint16_t offset;        // in the block's result payload
@@ -44,7 +44,7 @@ struct FieldSpec {
     uint16_t lengthOffset;  // of the length byte or the second name
 };
 
-using FieldList = std::span<const FieldSpec>;
+using FieldList = std::span<const FieldEntry>;
 
 // Fills `block` from `cursor` on, one field after another, and returns the
 // node behind the last one read (null at the end of the line).
@@ -69,23 +69,23 @@ inline unsigned char* PayloadOf(ATCommandBlock& block) {
 
 // Field table entries: the kind, then the form and its member.
 #define VELK_INT(Form, member)                                       \
-    ::velk::FieldSpec {                                              \
+    ::velk::FieldEntry {                                             \
         ::velk::FieldKind::kInt, false, offsetof(Form, member), 0, 0 \
     }
 #define VELK_INT_OPT(Form, member)                                  \
-    ::velk::FieldSpec {                                             \
+    ::velk::FieldEntry {                                            \
         ::velk::FieldKind::kInt, true, offsetof(Form, member), 0, 0 \
     }
 #define VELK_INT_IF_TEXT(Form, member)                                     \
-    ::velk::FieldSpec {                                                    \
+    ::velk::FieldEntry {                                                   \
         ::velk::FieldKind::kIntIfText, false, offsetof(Form, member), 0, 0 \
     }
 #define VELK_BYTE(Form, member)                                       \
-    ::velk::FieldSpec {                                               \
+    ::velk::FieldEntry {                                              \
         ::velk::FieldKind::kByte, false, offsetof(Form, member), 0, 0 \
     }
 #define VELK_TEXT_FIELD(kind, optional, Form, member)                                      \
-    ::velk::FieldSpec {                                                                    \
+    ::velk::FieldEntry {                                                                   \
         ::velk::FieldKind::kind, optional, offsetof(Form, member), sizeof(Form::member), 0 \
     }
 #define VELK_SHORT(Form, member) VELK_TEXT_FIELD(kShortText, false, Form, member)
@@ -96,16 +96,16 @@ inline unsigned char* PayloadOf(ATCommandBlock& block) {
 #define VELK_LIST_NO_COMMAS(Form, member) VELK_TEXT_FIELD(kListNoCommas, false, Form, member)
 #define VELK_LIST_OF_LISTS(Form, member) VELK_TEXT_FIELD(kListOfLists, false, Form, member)
 #define VELK_TEXT_LENGTH(Form, member, length)                                                   \
-    ::velk::FieldSpec {                                                                          \
+    ::velk::FieldEntry {                                                                         \
         ::velk::FieldKind::kLongTextLength, false, offsetof(Form, member), sizeof(Form::member), \
             offsetof(Form, length)                                                               \
     }
 #define VELK_NAME(Form, member, length)                                                \
-    ::velk::FieldSpec {                                                                \
+    ::velk::FieldEntry {                                                               \
         ::velk::FieldKind::kName, false, offsetof(Form, member), sizeof(Form::member), \
             offsetof(Form, length)                                                     \
     }
 #define VELK_SKIP                                \
-    ::velk::FieldSpec {                          \
+    ::velk::FieldEntry {                         \
         ::velk::FieldKind::kSkip, false, 0, 0, 0 \
     }

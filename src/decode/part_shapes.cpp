@@ -16,50 +16,50 @@ namespace {
     VELK_BYTE(Form, index), VELK_NAME(Form, name, nameLength), VELK_BYTE(Form, part), \
         VELK_BYTE(Form, totalParts)
 
-constexpr FieldSpec kToneHead[] = {VELK_PART_HEAD(ResultTonePart)};
-constexpr FieldSpec kToneOnly[] = {VELK_BYTE(ResultTonePart, textLength), VELK_SKIP,
-                                   VELK_LONG(ResultTonePart, text),
-                                   VELK_BYTE(ResultTonePart, partCheck)};
-constexpr FieldSpec kToneFirst[] = {
+constexpr FieldEntry kToneHead[] = {VELK_PART_HEAD(ResultTonePart)};
+constexpr FieldEntry kToneOnly[] = {VELK_BYTE(ResultTonePart, textLength), VELK_SKIP,
+                                    VELK_LONG(ResultTonePart, text),
+                                    VELK_BYTE(ResultTonePart, partCheck)};
+constexpr FieldEntry kToneFirst[] = {
     VELK_BYTE(ResultTonePart, sizeHigh), VELK_BYTE(ResultTonePart, sizeLow),
     VELK_TEXT_LENGTH(ResultTonePart, text, textLength), VELK_BYTE(ResultTonePart, partCheck)};
-constexpr FieldSpec kToneLater[] = {VELK_SKIP, VELK_SKIP,
-                                    VELK_TEXT_LENGTH(ResultTonePart, text, textLength),
-                                    VELK_BYTE(ResultTonePart, partCheck)};
+constexpr FieldEntry kToneLater[] = {VELK_SKIP, VELK_SKIP,
+                                     VELK_TEXT_LENGTH(ResultTonePart, text, textLength),
+                                     VELK_BYTE(ResultTonePart, partCheck)};
 
 #define VELK_ANIM_PARAM                                                          \
-    FieldSpec {                                                                  \
+    FieldEntry {                                                                 \
         FieldKind::kAnimParam, true, offsetof(ResultImagePart, animParam1), 0, 0 \
     }
 
-constexpr FieldSpec kImageHead[] = {VELK_PART_HEAD(ResultImagePart)};
-constexpr FieldSpec kImageOnly[] = {VELK_BYTE(ResultImagePart, textLength), VELK_SKIP,
-                                    VELK_ANIM_PARAM, VELK_LONG(ResultImagePart, text),
-                                    VELK_BYTE(ResultImagePart, partCheck)};
-constexpr FieldSpec kImageFirst[] = {
+constexpr FieldEntry kImageHead[] = {VELK_PART_HEAD(ResultImagePart)};
+constexpr FieldEntry kImageOnly[] = {VELK_BYTE(ResultImagePart, textLength), VELK_SKIP,
+                                     VELK_ANIM_PARAM, VELK_LONG(ResultImagePart, text),
+                                     VELK_BYTE(ResultImagePart, partCheck)};
+constexpr FieldEntry kImageFirst[] = {
     VELK_BYTE(ResultImagePart, sizeHigh), VELK_BYTE(ResultImagePart, sizeLow), VELK_ANIM_PARAM,
     VELK_TEXT_LENGTH(ResultImagePart, text, textLength), VELK_BYTE(ResultImagePart, partCheck)};
-constexpr FieldSpec kImageLater[] = {VELK_SKIP, VELK_SKIP, VELK_ANIM_PARAM,
-                                     VELK_TEXT_LENGTH(ResultImagePart, text, textLength),
-                                     VELK_BYTE(ResultImagePart, partCheck)};
+constexpr FieldEntry kImageLater[] = {VELK_SKIP, VELK_SKIP, VELK_ANIM_PARAM,
+                                      VELK_TEXT_LENGTH(ResultImagePart, text, textLength),
+                                      VELK_BYTE(ResultImagePart, partCheck)};
 
-constexpr FieldSpec kLogoHead[] = {
+constexpr FieldEntry kLogoHead[] = {
     VELK_BYTE(ResultLogoPart, index),
     VELK_BYTE(ResultLogoPart, logoType),
-    FieldSpec{FieldKind::kCodes, false, offsetof(ResultLogoPart, countryCode),
-              sizeof(ResultLogoPart::countryCode), offsetof(ResultLogoPart, networkCode)},
+    FieldEntry{FieldKind::kCodes, false, offsetof(ResultLogoPart, countryCode),
+               sizeof(ResultLogoPart::countryCode), offsetof(ResultLogoPart, networkCode)},
     VELK_BYTE(ResultLogoPart, totalParts),
     VELK_BYTE(ResultLogoPart, part),
 };
 // A logo keeps the text length only in an only part.
-constexpr FieldSpec kLogoOnly[] = {VELK_BYTE(ResultLogoPart, textLength), VELK_SKIP,
-                                   VELK_LONG(ResultLogoPart, text),
-                                   VELK_BYTE(ResultLogoPart, partCheck)};
-constexpr FieldSpec kLogoFirst[] = {
+constexpr FieldEntry kLogoOnly[] = {VELK_BYTE(ResultLogoPart, textLength), VELK_SKIP,
+                                    VELK_LONG(ResultLogoPart, text),
+                                    VELK_BYTE(ResultLogoPart, partCheck)};
+constexpr FieldEntry kLogoFirst[] = {
     VELK_BYTE(ResultLogoPart, sizeHigh), VELK_BYTE(ResultLogoPart, sizeLow),
     VELK_LONG(ResultLogoPart, text), VELK_BYTE(ResultLogoPart, partCheck)};
-constexpr FieldSpec kLogoLater[] = {VELK_SKIP, VELK_SKIP, VELK_LONG(ResultLogoPart, text),
-                                    VELK_BYTE(ResultLogoPart, partCheck)};
+constexpr FieldEntry kLogoLater[] = {VELK_SKIP, VELK_SKIP, VELK_LONG(ResultLogoPart, text),
+                                     VELK_BYTE(ResultLogoPart, partCheck)};
 
 #undef VELK_PART_HEAD
 #undef VELK_ANIM_PARAM

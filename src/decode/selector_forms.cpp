@@ -17,11 +17,11 @@ struct MessageForm {
     int32_t headerId;
     FieldList header;
     int32_t bodyId;
-    FieldSpec body;
+    FieldEntry body;
 };
 
 // +CMGR: <stat>,<oa>,[<alpha>],<scts>[,<tooa>,<fo>,<pid>,<dcs>,<sca>,<tosca>,<length>]
-constexpr FieldSpec kDeliverHeader[] = {
+constexpr FieldEntry kDeliverHeader[] = {
     VELK_LONG(ResultMessageDeliverHeader, state),
     VELK_SHORT(ResultMessageDeliverHeader, originator),
     VELK_LONG_OPT(ResultMessageDeliverHeader, alpha),
@@ -35,7 +35,7 @@ constexpr FieldSpec kDeliverHeader[] = {
     VELK_INT_OPT(ResultMessageDeliverHeader, length),
 };
 // +CMGR: <stat>,<da>,[<alpha>],<time>[,<toda>,<fo>,<pid>,<dcs>,<vp>,<sca>,<tosca>,<length>]
-constexpr FieldSpec kSubmitHeader[] = {
+constexpr FieldEntry kSubmitHeader[] = {
     VELK_LONG(ResultMessageSubmitHeader, state),
     VELK_SHORT(ResultMessageSubmitHeader, destination),
     VELK_LONG_OPT(ResultMessageSubmitHeader, alpha),
@@ -50,20 +50,20 @@ constexpr FieldSpec kSubmitHeader[] = {
     VELK_INT_OPT(ResultMessageSubmitHeader, length),
 };
 // +CMGR: <stat>,<sn>,<mid>,<dcs>,<page>,<pages>
-constexpr FieldSpec kBroadcastHeader[] = {
+constexpr FieldEntry kBroadcastHeader[] = {
     VELK_LONG(ResultBroadcastHeader, state),    VELK_INT(ResultBroadcastHeader, serial),
     VELK_INT(ResultBroadcastHeader, messageId), VELK_INT(ResultBroadcastHeader, codingScheme),
     VELK_INT(ResultBroadcastHeader, page),      VELK_INT(ResultBroadcastHeader, pages),
 };
 // +CMGL: <index>,<stat>,<address>,[<alpha>],[<time>][,<type>,<length>]
-constexpr FieldSpec kListHeader[] = {
+constexpr FieldEntry kListHeader[] = {
     VELK_INT(ResultListHeader, index),          VELK_LONG(ResultListHeader, state),
     VELK_SHORT(ResultListHeader, address),      VELK_LONG_OPT(ResultListHeader, alpha),
     VELK_LONG_OPT(ResultListHeader, timestamp), VELK_INT_OPT(ResultListHeader, addressType),
     VELK_INT_OPT(ResultListHeader, length),
 };
 // +CMGL: <index>,<stat>,<sn>,<mid>,<page>,<pages>
-constexpr FieldSpec kListBroadcastHeader[] = {
+constexpr FieldEntry kListBroadcastHeader[] = {
     VELK_INT(ResultListBroadcastHeader, index),  VELK_LONG(ResultListBroadcastHeader, state),
     VELK_INT(ResultListBroadcastHeader, serial), VELK_INT(ResultListBroadcastHeader, messageId),
     VELK_INT(ResultListBroadcastHeader, page),   VELK_INT(ResultListBroadcastHeader, pages),
@@ -85,20 +85,20 @@ constexpr MessageForm kListForms[] = {
 // By serviceReplyKind: +CLCK, +CLIP, +CLIR, +COLP, +COLR, +CCFC, +CCWA, +EXATDST.
 
 // +CLIP, +CLIR, +COLP, +COLR, +CCFC: <n>[,<m>]
-constexpr FieldSpec kServiceState[] = {
+constexpr FieldEntry kServiceState[] = {
     VELK_INT(ResultTwoNumbers, values[0]),
     VELK_INT(ResultTwoNumbers, values[1]),
 };
 // +EXATDST: <a>,<b>,<c>
-constexpr FieldSpec kExatdst[] = {
+constexpr FieldEntry kExatdst[] = {
     VELK_INT(ResultThreeNumbers, values[0]),
     VELK_INT(ResultThreeNumbers, values[1]),
     VELK_INT(ResultThreeNumbers, values[2]),
 };
 // +CLCK: <status>
-constexpr FieldSpec kServiceLock[] = {VELK_INT(ResultServiceLock, status)};
+constexpr FieldEntry kServiceLock[] = {VELK_INT(ResultServiceLock, status)};
 // +CCWA: <status>,<class>,<number>,<type>
-constexpr FieldSpec kServiceDetail[] = {
+constexpr FieldEntry kServiceDetail[] = {
     VELK_INT(ResultServiceDetail, status),
     VELK_INT(ResultServiceDetail, serviceClass),
     VELK_SHORT(ResultServiceDetail, number),

@@ -12,52 +12,52 @@ namespace {
 // ---- Field lists, one per form ----
 
 // +CPBR: <index>,<number>,<type>,<text>   (also +CPBF)
-constexpr FieldSpec kPhonebookEntry[] = {
+constexpr FieldEntry kPhonebookEntry[] = {
     VELK_INT(ResultPhonebookEntry, index),
     VELK_SHORT(ResultPhonebookEntry, number),
     VELK_INT(ResultPhonebookEntry, numberType),
     VELK_LONG(ResultPhonebookEntry, text),
 };
 // +CSMS: <mt>,<mo>,<bm>
-constexpr FieldSpec kMessageServiceSet[] = {
+constexpr FieldEntry kMessageServiceSet[] = {
     VELK_INT(ResultMessageServiceSet, mobileTerminated),
     VELK_INT(ResultMessageServiceSet, mobileOriginated),
     VELK_INT(ResultMessageServiceSet, broadcast),
 };
 // +CPMS: <used1>,<total1>,<used2>,<total2>,<used3>,<total3>
-constexpr FieldSpec kMessageStoresSet[] = {
+constexpr FieldEntry kMessageStoresSet[] = {
     VELK_INT(ResultMessageStoresSet, used1), VELK_INT(ResultMessageStoresSet, total1),
     VELK_INT(ResultMessageStoresSet, used2), VELK_INT(ResultMessageStoresSet, total2),
     VELK_INT(ResultMessageStoresSet, used3), VELK_INT(ResultMessageStoresSet, total3),
 };
 // +CMGC: <mr>   +CMGS: <mr>   +CMSS: <mr>
-constexpr FieldSpec kMessageReference[] = {VELK_INT(ResultMessageReference, reference)};
+constexpr FieldEntry kMessageReference[] = {VELK_INT(ResultMessageReference, reference)};
 // +CMGW: <index>
-constexpr FieldSpec kMessageWritten[] = {VELK_INT(ResultMessageWritten, index)};
+constexpr FieldEntry kMessageWritten[] = {VELK_INT(ResultMessageWritten, index)};
 // +COPS: <mode>,<format>,<oper>
-constexpr FieldSpec kOperator[] = {
+constexpr FieldEntry kOperator[] = {
     VELK_INT(ResultOperator, mode),
     VELK_INT(ResultOperator, format),
     VELK_SHORT(ResultOperator, operatorName),
 };
-constexpr FieldSpec kOneNumber[] = {VELK_INT(ResultOneNumber, value)};
-constexpr FieldSpec kTwoNumbers[] = {
+constexpr FieldEntry kOneNumber[] = {VELK_INT(ResultOneNumber, value)};
+constexpr FieldEntry kTwoNumbers[] = {
     VELK_INT(ResultTwoNumbers, values[0]),
     VELK_INT(ResultTwoNumbers, values[1]),
 };
-constexpr FieldSpec kTenNumbers[] = {
+constexpr FieldEntry kTenNumbers[] = {
     VELK_INT(ResultTenNumbers, values[0]), VELK_INT(ResultTenNumbers, values[1]),
     VELK_INT(ResultTenNumbers, values[2]), VELK_INT(ResultTenNumbers, values[3]),
     VELK_INT(ResultTenNumbers, values[4]), VELK_INT(ResultTenNumbers, values[5]),
     VELK_INT(ResultTenNumbers, values[6]), VELK_INT(ResultTenNumbers, values[7]),
     VELK_INT(ResultTenNumbers, values[8]), VELK_INT(ResultTenNumbers, values[9]),
 };
-constexpr FieldSpec kTwoTexts[] = {
+constexpr FieldEntry kTwoTexts[] = {
     VELK_SHORT(ResultTwoTexts, first),
     VELK_SHORT(ResultTwoTexts, second),
 };
-constexpr FieldSpec kOneText[] = {VELK_LONG(ResultOneText, text)};
-constexpr FieldSpec kMixedLine[] = {
+constexpr FieldEntry kOneText[] = {VELK_LONG(ResultOneText, text)};
+constexpr FieldEntry kMixedLine[] = {
     VELK_INT(ResultMixedLine, leading[0]),  VELK_INT(ResultMixedLine, leading[1]),
     VELK_INT(ResultMixedLine, leading[2]),  VELK_LONG(ResultMixedLine, text),
     VELK_INT(ResultMixedLine, trailing[0]), VELK_INT(ResultMixedLine, trailing[1]),
@@ -65,121 +65,121 @@ constexpr FieldSpec kMixedLine[] = {
     VELK_INT(ResultMixedLine, trailing[4]), VELK_INT(ResultMixedLine, trailing[5]),
 };
 // <id>,<dir>,<stat>,<mode>,<mpty>,<number>,<type>,<alpha>
-constexpr FieldSpec kCallEntry[] = {
+constexpr FieldEntry kCallEntry[] = {
     VELK_INT(ResultCallEntry, callId),     VELK_INT(ResultCallEntry, direction),
     VELK_INT(ResultCallEntry, state),      VELK_INT(ResultCallEntry, mode),
     VELK_INT(ResultCallEntry, multiparty), VELK_SHORT(ResultCallEntry, number),
     VELK_INT(ResultCallEntry, numberType), VELK_LONG(ResultCallEntry, alpha),
 };
-constexpr FieldSpec kServiceList[] = {VELK_LIST(ResultServiceList, list)};
+constexpr FieldEntry kServiceList[] = {VELK_LIST(ResultServiceList, list)};
 // +CBC: <bcs>,<bcl>   an empty parameter stays 0
-constexpr FieldSpec kBattery[] = {
+constexpr FieldEntry kBattery[] = {
     VELK_INT_IF_TEXT(ResultBattery, connectionStatus),
     VELK_INT_IF_TEXT(ResultBattery, chargeLevel),
 };
 // +CSQ: <rssi>,<ber>   an empty parameter stays 0
-constexpr FieldSpec kSignal[] = {
+constexpr FieldEntry kSignal[] = {
     VELK_INT_IF_TEXT(ResultSignal, rssi),
     VELK_INT_IF_TEXT(ResultSignal, ber),
 };
 // The identification commands answer with a line of their own, no head.
-constexpr FieldSpec kLineText[] = {VELK_LONG(ResultLineText, text)};
-constexpr FieldSpec kSerial[] = {VELK_SHORT(ResultSerial, text)};
+constexpr FieldEntry kLineText[] = {VELK_LONG(ResultLineText, text)};
+constexpr FieldEntry kSerial[] = {VELK_SHORT(ResultSerial, text)};
 // +CSDH: (<show>s)
-constexpr FieldSpec kShowHeaderValues[] = {VELK_LIST(ResultShowHeaderValues, values)};
+constexpr FieldEntry kShowHeaderValues[] = {VELK_LIST(ResultShowHeaderValues, values)};
 // +CNUM: <alpha>,<number>,<type>,<speed>   the alpha is not kept
-constexpr FieldSpec kOwnNumber[] = {
+constexpr FieldEntry kOwnNumber[] = {
     VELK_SKIP,
     VELK_LONG(ResultOwnNumber, number),
     VELK_SHORT(ResultOwnNumber, numberType),
     VELK_INT(ResultOwnNumber, speed),
 };
-constexpr FieldSpec kImsi[] = {VELK_SHORT(ResultImsi, imsi)};
+constexpr FieldEntry kImsi[] = {VELK_SHORT(ResultImsi, imsi)};
 // +CPIN: <code>
-constexpr FieldSpec kPinState[] = {VELK_LONG(ResultPinState, code)};
+constexpr FieldEntry kPinState[] = {VELK_LONG(ResultPinState, code)};
 // +CACM: <acm>   +CAMM: <acmmax>
-constexpr FieldSpec kCallMeter[] = {VELK_SHORT(ResultCallMeter, value)};
+constexpr FieldEntry kCallMeter[] = {VELK_SHORT(ResultCallMeter, value)};
 // +CPUC: <currency>,<ppu>
-constexpr FieldSpec kPricePerUnit[] = {
+constexpr FieldEntry kPricePerUnit[] = {
     VELK_SHORT(ResultPricePerUnit, currency),
     VELK_LONG(ResultPricePerUnit, pricePerUnit),
 };
 // +CSCS: <chset>
-constexpr FieldSpec kCharacterSet[] = {VELK_LONG(ResultCharacterSet, characterSet)};
+constexpr FieldEntry kCharacterSet[] = {VELK_LONG(ResultCharacterSet, characterSet)};
 // +CSCS: (<chset>s)
-constexpr FieldSpec kCharacterSets[] = {VELK_LIST(ResultCharacterSets, characterSets)};
+constexpr FieldEntry kCharacterSets[] = {VELK_LIST(ResultCharacterSets, characterSets)};
 // +CREG: <n>,<stat>
-constexpr FieldSpec kRegistration[] = {
+constexpr FieldEntry kRegistration[] = {
     VELK_INT(ResultRegistration, presentation),
     VELK_INT(ResultRegistration, state),
 };
 // +COPS: (<stat>,<long>,<short>,<numeric>),(...),,(<modes>),(<formats>)
-constexpr FieldSpec kOperators[] = {VELK_LIST_OF_LISTS(ResultOperators, operators)};
+constexpr FieldEntry kOperators[] = {VELK_LIST_OF_LISTS(ResultOperators, operators)};
 // +CPBS: <storage>,<used>,<total>
-constexpr FieldSpec kPhonebookStorage[] = {
+constexpr FieldEntry kPhonebookStorage[] = {
     VELK_LONG(ResultPhonebookStorage, storage),
     VELK_INT(ResultPhonebookStorage, used),
     VELK_INT(ResultPhonebookStorage, total),
 };
 // +CPBS: (<storage>s)
-constexpr FieldSpec kPhonebookStorages[] = {VELK_LIST(ResultPhonebookStorages, storages)};
+constexpr FieldEntry kPhonebookStorages[] = {VELK_LIST(ResultPhonebookStorages, storages)};
 // +CPBR: (<first>-<last>),<nlength>,<tlength>
-constexpr FieldSpec kPhonebookReadRange[] = {
+constexpr FieldEntry kPhonebookReadRange[] = {
     VELK_LIST_NO_COMMAS(ResultPhonebookReadRange, indexRange),
     VELK_INT(ResultPhonebookReadRange, numberLength),
     VELK_INT(ResultPhonebookReadRange, textLength),
 };
 // +CPBF: <nlength>,<tlength>
-constexpr FieldSpec kPhonebookFindRange[] = {
+constexpr FieldEntry kPhonebookFindRange[] = {
     VELK_INT(ResultPhonebookFindRange, numberLength),
     VELK_INT(ResultPhonebookFindRange, textLength),
 };
 // +CPBW: (<first>-<last>),<nlength>,(<types>),<tlength>
-constexpr FieldSpec kPhonebookWriteRange[] = {
+constexpr FieldEntry kPhonebookWriteRange[] = {
     VELK_LIST_NO_COMMAS(ResultPhonebookWriteRange, indexRange),
     VELK_INT(ResultPhonebookWriteRange, numberLength),
     VELK_LIST(ResultPhonebookWriteRange, numberTypes),
     VELK_INT(ResultPhonebookWriteRange, textLength),
 };
 // +CSMS: <service>,<mt>,<mo>,<bm>
-constexpr FieldSpec kMessageService[] = {
+constexpr FieldEntry kMessageService[] = {
     VELK_INT(ResultMessageService, service),
     VELK_INT(ResultMessageService, mobileTerminated),
     VELK_INT(ResultMessageService, mobileOriginated),
     VELK_INT(ResultMessageService, broadcast),
 };
-constexpr FieldSpec kMessageServices[] = {VELK_LIST(ResultMessageServices, services)};
+constexpr FieldEntry kMessageServices[] = {VELK_LIST(ResultMessageServices, services)};
 // +CMGF: <mode>
-constexpr FieldSpec kMessageFormat[] = {VELK_INT(ResultMessageFormat, format)};
-constexpr FieldSpec kMessageFormats[] = {VELK_LIST(ResultMessageFormats, formats)};
+constexpr FieldEntry kMessageFormat[] = {VELK_INT(ResultMessageFormat, format)};
+constexpr FieldEntry kMessageFormats[] = {VELK_LIST(ResultMessageFormats, formats)};
 // +CSCA: <sca>,<tosca>
-constexpr FieldSpec kServiceCentre[] = {
+constexpr FieldEntry kServiceCentre[] = {
     VELK_SHORT(ResultServiceCentre, address),
     VELK_INT(ResultServiceCentre, addressType),
 };
 // +CSMP: <fo>,<vp>,<pid>,<dcs>
-constexpr FieldSpec kTextParameters[] = {
+constexpr FieldEntry kTextParameters[] = {
     VELK_INT(ResultTextParameters, firstOctet),
     VELK_INT(ResultTextParameters, validity),
     VELK_INT(ResultTextParameters, protocolId),
     VELK_INT(ResultTextParameters, codingScheme),
 };
 // +CSDH: <show>
-constexpr FieldSpec kShowHeader[] = {VELK_INT(ResultShowHeader, show)};
+constexpr FieldEntry kShowHeader[] = {VELK_INT(ResultShowHeader, show)};
 // +CNMI: <mode>,<mt>,<bm>,<ds>,<bfr>
-constexpr FieldSpec kIndicationModes[] = {
+constexpr FieldEntry kIndicationModes[] = {
     VELK_INT(ResultIndicationModes, mode),      VELK_INT(ResultIndicationModes, deliver),
     VELK_INT(ResultIndicationModes, broadcast), VELK_INT(ResultIndicationModes, statusReport),
     VELK_INT(ResultIndicationModes, buffered),
 };
 // +CNMI: (<mode>s),(<mt>s),(<bm>s),(<ds>s),(<bfr>s)
-constexpr FieldSpec kIndicationLists[] = {
+constexpr FieldEntry kIndicationLists[] = {
     VELK_LIST(ResultIndicationLists, modes),      VELK_LIST(ResultIndicationLists, delivers),
     VELK_LIST(ResultIndicationLists, broadcasts), VELK_LIST(ResultIndicationLists, statusReports),
     VELK_LIST(ResultIndicationLists, buffereds),
 };
 // +CPMS: <mem1>,<used1>,<total1>,<mem2>,<used2>,<total2>,<mem3>,<used3>,<total3>
-constexpr FieldSpec kMessageStores[] = {
+constexpr FieldEntry kMessageStores[] = {
     VELK_LONG(ResultMessageStores, store1), VELK_INT(ResultMessageStores, used1),
     VELK_INT(ResultMessageStores, total1),  VELK_LONG(ResultMessageStores, store2),
     VELK_INT(ResultMessageStores, used2),   VELK_INT(ResultMessageStores, total2),
@@ -187,41 +187,41 @@ constexpr FieldSpec kMessageStores[] = {
     VELK_INT(ResultMessageStores, total3),
 };
 // +CPMS: (<mem1>s),(<mem2>s),(<mem3>s)
-constexpr FieldSpec kMessageStoreLists[] = {
+constexpr FieldEntry kMessageStoreLists[] = {
     VELK_LIST(ResultMessageStoreLists, stores1),
     VELK_LIST(ResultMessageStoreLists, stores2),
     VELK_LIST(ResultMessageStoreLists, stores3),
 };
 // +CSCB: <mode>,<mids>,<dcss>
-constexpr FieldSpec kBroadcastSelection[] = {
+constexpr FieldEntry kBroadcastSelection[] = {
     VELK_INT(ResultBroadcastSelection, mode),
     VELK_LONG(ResultBroadcastSelection, messageIds),
     VELK_LONG(ResultBroadcastSelection, codings),
 };
-constexpr FieldSpec kBroadcastModes[] = {VELK_LIST(ResultBroadcastModes, modes)};
+constexpr FieldEntry kBroadcastModes[] = {VELK_LIST(ResultBroadcastModes, modes)};
 // +CSAS: (<profile>s)   the range keeps its dash
-constexpr FieldSpec kProfiles[] = {VELK_LIST_NO_COMMAS(ResultProfiles, profiles)};
-constexpr FieldSpec kListStates[] = {VELK_LIST(ResultListStates, states)};
+constexpr FieldEntry kProfiles[] = {VELK_LIST_NO_COMMAS(ResultProfiles, profiles)};
+constexpr FieldEntry kListStates[] = {VELK_LIST(ResultListStates, states)};
 
 // +RNGI: <name>,<n1>,<n2>,<n3>
-constexpr FieldSpec kToneInfo[] = {
+constexpr FieldEntry kToneInfo[] = {
     VELK_NAME(ResultToneInfo, infoName, nameLength),
     VELK_BYTE(ResultToneInfo, infoNumber1),
     VELK_BYTE(ResultToneInfo, infoNumber2),
     VELK_BYTE(ResultToneInfo, infoNumber3),
 };
 // +IMGINF: <name>,<n1>,<n2>,<n3>,<n4>,<n5>{,<frames>,<first frame>}
-constexpr FieldSpec kImageInfo[] = {
+constexpr FieldEntry kImageInfo[] = {
     VELK_NAME(ResultImageInfo, infoName, nameLength),
     VELK_BYTE(ResultImageInfo, infoNumber1),
     VELK_BYTE(ResultImageInfo, infoNumber2),
     VELK_BYTE(ResultImageInfo, infoNumber3),
     VELK_BYTE(ResultImageInfo, infoNumber4),
     VELK_BYTE(ResultImageInfo, infoNumber5),
-    FieldSpec{FieldKind::kWordList, false, offsetof(ResultImageInfo, frameRanges), 0, 0},
+    FieldEntry{FieldKind::kWordList, false, offsetof(ResultImageInfo, frameRanges), 0, 0},
 };
 // +LOGOINF: <name>,<n1>,<n2>,<n3>,<n4>
-constexpr FieldSpec kLogoInfo[] = {
+constexpr FieldEntry kLogoInfo[] = {
     VELK_NAME(ResultLogoInfo, infoName, nameLength), VELK_BYTE(ResultLogoInfo, infoNumber1),
     VELK_BYTE(ResultLogoInfo, infoNumber2),          VELK_BYTE(ResultLogoInfo, infoNumber3),
     VELK_BYTE(ResultLogoInfo, infoNumber4),

@@ -13,31 +13,31 @@ namespace velk {
 namespace {
 
 // +CBC: <bcs>,<bcl>   an empty parameter stays 0
-constexpr FieldSpec kBattery[] = {
+constexpr FieldEntry kBattery[] = {
     VELK_INT_IF_TEXT(ResultBattery, connectionStatus),
     VELK_INT_IF_TEXT(ResultBattery, chargeLevel),
 };
 // +CSQ: <rssi>,<ber>   an empty parameter stays 0
-constexpr FieldSpec kSignal[] = {
+constexpr FieldEntry kSignal[] = {
     VELK_INT_IF_TEXT(ResultSignal, rssi),
     VELK_INT_IF_TEXT(ResultSignal, ber),
 };
 // +CPIN: <code>
-constexpr FieldSpec kPinState[] = {VELK_LONG(ResultPinState, code)};
+constexpr FieldEntry kPinState[] = {VELK_LONG(ResultPinState, code)};
 // +CNMI: <mode>,<mt>,<bm>,<ds>,<bfr>
-constexpr FieldSpec kIndicationModes[] = {
+constexpr FieldEntry kIndicationModes[] = {
     VELK_INT(ResultIndicationModes, mode),      VELK_INT(ResultIndicationModes, deliver),
     VELK_INT(ResultIndicationModes, broadcast), VELK_INT(ResultIndicationModes, statusReport),
     VELK_INT(ResultIndicationModes, buffered),
 };
 // +CMTI: <mem>,<index>
-constexpr FieldSpec kMessageStored[] = {
+constexpr FieldEntry kMessageStored[] = {
     VELK_LONG(ReportMessageStored, store),
     VELK_INT(ReportMessageStored, index),
 };
 // +CMT: <oa>,<alpha>,<scts>,<tooa>,<fo>,<pid>,<dcs>,<sca>,<tosca>,<length>
 // and the message text on a line of its own.
-constexpr FieldSpec kMessageHeader[] = {
+constexpr FieldEntry kMessageHeader[] = {
     VELK_SHORT(ReportMessageHeader, originator),
     VELK_LONG(ReportMessageHeader, alpha),
     VELK_LONG(ReportMessageHeader, timestamp),
@@ -49,52 +49,52 @@ constexpr FieldSpec kMessageHeader[] = {
     VELK_INT(ReportMessageHeader, serviceCentreType),
     VELK_INT(ReportMessageHeader, length),
 };
-constexpr FieldSpec kMessageBody[] = {VELK_LONG(ReportMessageHeader, body)};
+constexpr FieldEntry kMessageBody[] = {VELK_LONG(ReportMessageHeader, body)};
 // +CRING: <type>
-constexpr FieldSpec kRingType[] = {VELK_INT(ReportRingType, type)};
+constexpr FieldEntry kRingType[] = {VELK_INT(ReportRingType, type)};
 // +CCWA: <class>,<number>,<type>,<alpha>
-constexpr FieldSpec kCallWaiting[] = {
+constexpr FieldEntry kCallWaiting[] = {
     VELK_INT(ReportCallWaiting, serviceClass),
     VELK_SHORT(ReportCallWaiting, number),
     VELK_INT(ReportCallWaiting, numberType),
     VELK_SHORT(ReportCallWaiting, alpha),
 };
 // +CLCC: <id>,<dir>,<stat>,<mode>,<mpty>,<number>,<type>,<alpha>
-constexpr FieldSpec kCallEntry[] = {
+constexpr FieldEntry kCallEntry[] = {
     VELK_INT(ResultCallEntry, callId),     VELK_INT(ResultCallEntry, direction),
     VELK_INT(ResultCallEntry, state),      VELK_INT(ResultCallEntry, mode),
     VELK_INT(ResultCallEntry, multiparty), VELK_SHORT(ResultCallEntry, number),
     VELK_INT(ResultCallEntry, numberType), VELK_LONG(ResultCallEntry, alpha),
 };
-constexpr FieldSpec kOneNumber[] = {VELK_INT(ResultOneNumber, value)};
-constexpr FieldSpec kTwoNumbers[] = {
+constexpr FieldEntry kOneNumber[] = {VELK_INT(ResultOneNumber, value)};
+constexpr FieldEntry kTwoNumbers[] = {
     VELK_INT(ResultTwoNumbers, values[0]),
     VELK_INT(ResultTwoNumbers, values[1]),
 };
-constexpr FieldSpec kThreeNumbers[] = {
+constexpr FieldEntry kThreeNumbers[] = {
     VELK_INT(ResultThreeNumbers, values[0]),
     VELK_INT(ResultThreeNumbers, values[1]),
     VELK_INT(ResultThreeNumbers, values[2]),
 };
 // +CAOC: <meter>,<second>
-constexpr FieldSpec kCharge[] = {
+constexpr FieldEntry kCharge[] = {
     VELK_LONG(ReportCharge, meter),
     VELK_LONG(ReportCharge, second),
 };
 // +CCLK: <time>
-constexpr FieldSpec kClock[] = {VELK_LONG(ReportClock, time)};
+constexpr FieldEntry kClock[] = {VELK_LONG(ReportClock, time)};
 // +CREG: <stat>,<cell>
-constexpr FieldSpec kRegistration[] = {
+constexpr FieldEntry kRegistration[] = {
     VELK_INT(ReportRegistration, state),
     VELK_INT(ReportRegistration, cell),
 };
 // The broadcast forms, reached by the two error heads that stand in their
 // places of the table: <mem>,<index> and <sn>,<mid>,<dcs>,<page>,<pages>.
-constexpr FieldSpec kBroadcastStored[] = {
+constexpr FieldEntry kBroadcastStored[] = {
     VELK_LONG(ReportMessageStored, store),
     VELK_INT(ReportMessageStored, index),
 };
-constexpr FieldSpec kBroadcastHeader[] = {
+constexpr FieldEntry kBroadcastHeader[] = {
     VELK_INT(ReportBroadcastHeader, serial),       VELK_INT(ReportBroadcastHeader, messageId),
     VELK_INT(ReportBroadcastHeader, codingScheme), VELK_INT(ReportBroadcastHeader, page),
     VELK_INT(ReportBroadcastHeader, pages),
