@@ -113,13 +113,17 @@ bool AttachCell(SharedMemory& memory, const char* name, CellOpen open, const Cel
         }
         return true;
     };
-    bool ok = settled([&] { return memory.ObjectSize() >= size; }) && memory.Map(size);
-    memory.CloseObject();
+    const std::size_t headerSize = sizeof(SyncCellHeader);
+    SyncCellHeader* header = nullptr;
+    bool ok = settled([&] { return memory.ObjectSize() >= headerSize; }) && memory.Map(headerSize);
     if (ok) {
-        auto* header = static_cast<SyncCellHeader*>(memory.View());
-        ok = settled([&] { return header->ready.load(std::memory_order_acquire) == kReady; }) &&
-             header->kind == form.kind;
+        header = static_cast<SyncCellHeader*>(memory.View());
+        ok = settled([&] { return header->ready.load(std::memory_order_acquire) == kReady; });
     }
+    // A finished cell of another kind, or one shorter than this kind (made by
+    // another build), is refused at once.
+    ok = ok && header->kind == form.kind && memory.Map(size);
+    memory.CloseObject();
     if (!ok) memory.Close();
     return ok;
 }

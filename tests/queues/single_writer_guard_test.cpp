@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <string>
 
 #include "child_process.h"
@@ -170,6 +171,20 @@ TEST(SingleWriterGuardNames, LongNamesLeaveTheGuardUnbuilt) {
                   row.built == 1);
         CSharedQueue::RemoveObjects(name.c_str());
     }
+}
+
+TEST(SingleWriterGuardNames, AnObjectOfAnotherKindUnderItsNameIsRefusedAtOnce) {
+    const std::string name = test::UniqueName("k");
+    NamedEvent squatter;
+    ASSERT_TRUE(
+        squatter.Create(GuardObjectName(GuardObject::kMutexNoWriter, name.c_str()).c_str(), true));
+    CSingleWriterGuard guard;
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(guard.Initialize(name.c_str()), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(500));
+    EXPECT_EQ(guard.WaitToWrite(0), kWaitFailed);
+    squatter.Close();
+    CSharedQueue::RemoveObjects(name.c_str());
 }
 
 TEST(SingleWriterGuardNames, ANullNameMakesAGuardOfItsOwn) {
