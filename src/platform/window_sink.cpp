@@ -13,13 +13,10 @@ namespace velk {
 
 static_assert(sizeof(VelkWindowMessage) == 16, "a window message is 16 bytes on the wire");
 
-WindowSink::WindowSink() {
-    stopFd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-}
+WindowSink::WindowSink() = default;
 
 WindowSink::~WindowSink() {
     Close();
-    if (stopFd_ >= 0) close(stopFd_);
 }
 
 bool WindowSink::Open(int clientFd) {
@@ -30,15 +27,25 @@ bool WindowSink::Open(int clientFd) {
     if (access != O_WRONLY && access != O_RDWR) return false;
     const int dup = fcntl(clientFd, F_DUPFD_CLOEXEC, 0);
     if (dup < 0) return false;
+    // The stop descriptor lives as long as the window, so that a process
+    // whose link has ended holds nothing of the library.
+    const int stop = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (stop < 0) {
+        close(dup);
+        return false;
+    }
     std::lock_guard<std::mutex> hold(fdMutex_);
     fd_ = dup;
+    stopFd_ = stop;
     return true;
 }
 
 void WindowSink::Close() {
     std::lock_guard<std::mutex> hold(fdMutex_);
     if (fd_ >= 0) close(fd_);
+    if (stopFd_ >= 0) close(stopFd_);
     fd_ = -1;
+    stopFd_ = -1;
 }
 
 bool WindowSink::IsOpen() const {
