@@ -1,0 +1,35 @@
+#include "phone_sim/command_assembler.h"
+
+namespace velk::phonesim {
+namespace {
+
+constexpr char kXon = 17;
+constexpr char kXoff = 19;
+
+}  // namespace
+
+CommandAssembler::Step CommandAssembler::Feed(char byte) {
+    Step step;
+    if (byte == kXon || byte == kXoff) {
+        step.flow = byte == kXoff ? Flow::kStop : Flow::kGo;
+        return step;
+    }
+    const bool afterCr = lastWasCr_;
+    lastWasCr_ = byte == '\r';
+    if (byte == '\n' && afterCr) return step;
+    if (!started_) {
+        started_ = true;
+        step.lineStarted = true;
+    }
+    if (byte == '\r') {
+        done_.swap(partial_);
+        partial_.clear();
+        started_ = false;
+        step.lineDone = true;
+        return step;
+    }
+    if (partial_.size() < kMaxLine) partial_ += byte;
+    return step;
+}
+
+}  // namespace velk::phonesim
