@@ -175,25 +175,42 @@ TEST_F(LinkLifecycleTest, StartSendsNothingAndTheEndLeavesNoThreadNorDescriptor)
     EXPECT_EQ(velk_EndThread(), 1) << "a second end does nothing";
 }
 
+struct HangUpCase {
+    const char* what;
+    bool writeHeld;  // the worker is blocked in a write when the line goes
+    bool endFirst;   // the application ends the fallen link before a new start
+};
+
+const HangUpCase kHangUps[] = {
+    {"hang-up on a command, end, start", false, true},
+    {"hang-up on a command, start at once", false, false},
+    {"hang-up under a held write, end, start", true, true},
+};
+
 // The phone goes away in the middle of an operation: the operation ends
 // with a time-out, the exports find no link, and a new start builds a new
 // link, whether or not the application ended the fallen one first.
 TEST_F(LinkLifecycleTest, PhoneHangingUpEndsTheOperationAndTheLink) {
-    for (const bool endFirst : {true, false}) {
-        SCOPED_TRACE(endFirst ? "ended before the new start" : "new start at once");
+    for (const HangUpCase& c : kHangUps) {
+        SCOPED_TRACE(c.what);
         FakePhone dying;
         model.Attach(dying);
         dying.AddRule({"AT+RNGI", false, PhoneAction::kHangUp, {}, 0});
         ASSERT_EQ(velk_SetPortDevice(kPhonePort, dying.DevicePath().c_str()), 1);
         ASSERT_EQ(Begin(), 1);
 
+        if (c.writeHeld) dying.BlockWrites();
         ASSERT_EQ(velk_ReadMidInfo(), 1);
+        if (c.writeHeld) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            dying.HangUp();
+        }
         EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_TIMED_OUT});
         EXPECT_TRUE(window.Quiet(20));
         EXPECT_EQ(velk_ReadMidInfo(), 0);
         MidInfoRecord* info = nullptr;
         EXPECT_EQ(velk_GetMidInfo(&info), 0);
-        if (endFirst) {
+        if (c.endFirst) {
             int32_t ended = 0;
             EXPECT_LT(MillisecondsOf([&] { ended = velk_EndThread(); }), 1000);
             EXPECT_EQ(ended, 1);

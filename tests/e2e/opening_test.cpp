@@ -68,6 +68,32 @@ TEST_F(OpeningTest, SilentPhoneGetsThreeAttentionsThenTheOperationTimesOut) {
     EXPECT_TRUE(phone.WaitForLines(4, std::chrono::seconds(3)));
 }
 
+TEST_F(OpeningTest, AttentionAnsweredAtTheThirdTryOpensTheOperation) {
+    phone.SetEcho(false);
+    model.IgnoreAttentions(2);
+    ASSERT_EQ(Begin(), 1);
+    ASSERT_EQ(velk_ReadMidInfo(), 1);
+    LapseAfter(1);
+    LapseAfter(2);
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
+    EXPECT_EQ(phone.ReceivedLines(), (Lines{"AT", "AT", "AT", "ATE0", "AT+RNGI"}));
+}
+
+// An error text other than "ERROR" leaves AT in flight; when nothing more
+// comes within the command time the operation ends as timed out, without a
+// new try.
+TEST_F(OpeningTest, OtherErrorTextToAttentionEndsAsTimedOut) {
+    phone.Reply("AT", {"+CME ERROR: 100"});
+    ASSERT_EQ(Begin(), 1);
+    ASSERT_EQ(velk_ReadMidInfo(), 1);
+    ASSERT_TRUE(phone.WaitForLines(1, std::chrono::seconds(3)));
+    clock.AwaitWaiters(2);  // the worker, and the transfer thread waiting for more
+    EXPECT_TRUE(window.Quiet(20));
+    clock.Advance(10050);
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_TIMED_OUT});
+    EXPECT_EQ(phone.ReceivedLines(), Lines{"AT"});
+}
+
 // A refusal ends the operation with the message of the command refused.
 struct RefusalCase {
     const char* what;

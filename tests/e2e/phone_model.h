@@ -102,12 +102,21 @@ class PhoneModel {
         ringBetweenLines_ = on;
     }
 
+    // The next `count` AT commands get no answer.
+    void IgnoreAttentions(int count) {
+        std::lock_guard<std::mutex> hold(mutex_);
+        ignoredAttentions_ = count;
+    }
+
     // Runs on the phone's thread.
     bool Answer(const std::string& command, std::vector<std::string>& lines) {
         std::lock_guard<std::mutex> hold(mutex_);
         std::vector<std::string> info;
         bool ok = true;
-        if (command == "AT" || command == "ATE0") {
+        if (command == "AT" && ignoredAttentions_ > 0) {
+            --ignoredAttentions_;
+            return true;  // no line at all: the phone is not listening yet
+        } else if (command == "AT" || command == "ATE0") {
         } else if (command == "AT+RNGI") {
             info.push_back(toneInfoLine_);
         } else if (command.rfind("AT+RNGR=", 0) == 0) {
@@ -296,6 +305,7 @@ class PhoneModel {
     std::string imageName_ = "Sunrise";
     std::string toneInfoLine_ = "+RNGI: \"Melodies\",12,3,40";
     bool ringBetweenLines_ = false;
+    int ignoredAttentions_ = 0;
     Collecting toneWrite_;
     Collecting frameWrite_;
 };

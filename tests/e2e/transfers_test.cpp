@@ -1,0 +1,294 @@
+// Ring tones and images crossing the line whole: the exact command lines of
+// a write, what a read hands back, what stays in the phone, and how a chunk
+// that never gets its answer and a cancel in the middle of a write end.
+#include <cstring>
+
+#include "e2e_link.h"
+
+namespace velk::test {
+namespace {
+
+constexpr std::size_t kFrame = 1536;
+
+uint8_t* Bytes(std::string& text) {
+    return reinterpret_cast<uint8_t*>(text.data());
+}
+
+std::string Text(const uint8_t* data, std::size_t size) {
+    return size == 0 ? std::string() : std::string(reinterpret_cast<const char*>(data), size);
+}
+
+MidRecord ToneRecord(uint8_t slot, const char* name, std::string& body) {
+    MidRecord record{};
+    record.id = slot;
+    record.nameLength = static_cast<uint16_t>(std::strlen(name));
+    std::memcpy(record.name, name, record.nameLength);
+    record.size = static_cast<uint16_t>(body.size());
+    record.data = body.empty() ? nullptr : Bytes(body);
+    return record;
+}
+
+AnimRecord ImageRecord(uint8_t id, const char* name, std::string& frames) {
+    AnimRecord record{};
+    record.id = id;
+    record.nameLength = static_cast<uint8_t>(std::strlen(name));
+    std::memcpy(record.name, name, record.nameLength);
+    record.size = static_cast<uint16_t>(frames.size());
+    record.data = Bytes(frames);
+    record.animParamFirst = 25;
+    record.animParamLast = 4;
+    return record;
+}
+
+// One AT+RNGW= line of the tone "Tune" in slot 4; `first` and `second` are
+// given for chunk 1 only.
+std::string ToneChunk(int index, const std::string& sizes, const std::string& body) {
+    return "AT+RNGW=4,\"Tune\",2,1," + std::to_string(index) + "," + sizes + "," + body + "," +
+           std::to_string(LineCheck(body));
+}
+
+class TransferTest : public PhoneLinkTest {
+  protected:
+    void SetUp() override {
+        PhoneLinkTest::SetUp();
+        // Image 1: frames 1 and 2; image 2: frames 10 to 12.
+        model.AddImage(2, 1);
+        model.AddImage(3, 10);
+        ASSERT_EQ(Begin(), 1);
+    }
+
+    // Lets the phone's silence to the line that begins with `prefix` run
+    // out the command's time.
+    void LapseWhenSent(const std::string& prefix) {
+        ASSERT_TRUE(Eventually([&] {
+            const Lines lines = phone.ReceivedLines();
+            return !lines.empty() && lines.back().rfind(prefix, 0) == 0;
+        }));
+        clock.AwaitWaiters(1);
+        clock.Advance(10050);
+    }
+
+    static std::string Frames(std::size_t count, unsigned seed) {
+        std::string frames;
+        for (std::size_t i = 0; i < count; ++i) frames += Pattern(kFrame, seed + i);
+        return frames;
+    }
+};
+
+struct ToneWriteCase {
+    std::size_t size;
+    std::string body;  // empty: a pattern of `size` characters
+    std::vector<std::string> lines;
+};
+
+TEST_F(TransferTest, ToneWriteSendsItsChunksByteExactAndThePhoneKeepsTheTone) {
+    const std::string p = Pattern(261, 3);
+    const ToneWriteCase cases[] = {
+        {0, "", {"AT+RNGW=4,\"Tune\",2,1,1,0,0,,0"}},
+        {3, "abc", {"AT+RNGW=4,\"Tune\",2,1,1,0,3,abc,99"}},
+        {100, "", {ToneChunk(1, "0,100", p.substr(0, 100))}},
+        {128, "", {ToneChunk(1, "1,0", p.substr(0, 128)), "AT+RNGW=4,\"Tune\",2,1,2,,,,0"}},
+        {261,
+         "",
+         {ToneChunk(1, "2,5", p.substr(0, 128)), ToneChunk(2, ",", p.substr(128, 128)),
+          ToneChunk(3, ",", p.substr(256, 5))}},
+    };
+    for (const ToneWriteCase& c : cases) {
+        SCOPED_TRACE(c.size);
+        std::string body = c.body.empty() ? p.substr(0, c.size) : c.body;
+        const std::size_t before = phone.ReceivedLines().size();
+        ASSERT_TRUE(Request([&] { return velk_WriteMid(ToneRecord(4, "Tune", body)); }));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_WRITTEN});
+
+        Lines expected{"AT", "ATE0"};
+        expected.insert(expected.end(), c.lines.begin(), c.lines.end());
+        EXPECT_EQ(LinesFrom(before), expected);
+        const auto held = model.ToneAt(4);
+        ASSERT_TRUE(held.has_value());
+        EXPECT_EQ(held->name, "Tune");
+        EXPECT_EQ(held->body, body);
+    }
+}
+
+TEST_F(TransferTest, ToneReadReturnsExactlyWhatThePhoneHolds) {
+    // One part up to 128 characters, several beyond.
+    for (const std::size_t size : {1u, 128u, 129u, 300u, 1000u}) {
+        SCOPED_TRACE(size);
+        const std::string body = Pattern(size, static_cast<unsigned>(size));
+        model.SetTone(7, {"Bells", body});
+        ASSERT_TRUE(Request([] { return velk_ReadMid(7); }));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_READ});
+        MidRecord* tone = nullptr;
+        ASSERT_EQ(velk_GetMidData(&tone), 1);
+        EXPECT_EQ(tone->id, 7);
+        EXPECT_EQ(std::string(tone->name, tone->nameLength), "Bells");
+        EXPECT_EQ(Text(tone->data, tone->size), body);
+    }
+    // A slot that holds nothing: an empty tone, not the last one read.
+    ASSERT_TRUE(Request([] { return velk_ReadMid(8); }));
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_READ});
+    MidRecord* tone = nullptr;
+    ASSERT_EQ(velk_GetMidData(&tone), 1);
+    EXPECT_EQ(tone->id, 8);
+    EXPECT_EQ(tone->size, 0);
+}
+
+TEST_F(TransferTest, ToneWrittenThenReadComesBackTheSame) {
+    std::string body = Pattern(700, 9);
+    ASSERT_EQ(velk_WriteMid(ToneRecord(4, "Tune", body)), 1);
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_WRITTEN});
+    ASSERT_TRUE(Request([] { return velk_ReadMid(4); }));
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_READ});
+    MidRecord* tone = nullptr;
+    ASSERT_EQ(velk_GetMidData(&tone), 1);
+    EXPECT_EQ(Text(tone->data, tone->size), body);
+}
+
+struct ImageWriteCase {
+    const char* what;
+    std::size_t size;
+    std::size_t frames;  // written
+    Messages messages;
+};
+
+TEST_F(TransferTest, ImageWriteSendsThirteenChunksAFrameFromTheImagesFirstFrame) {
+    const ImageWriteCase cases[] = {
+        {"three frames", 3 * kFrame, 3, {1224, 1224, 1224, VELK_MSG_ANIM_WRITTEN}},
+        {"a rest shorter than a frame is not sent", 3000, 1, {1224, VELK_MSG_ANIM_WRITTEN}},
+    };
+    for (const ImageWriteCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::string data = Frames(3, 20).substr(0, c.size);
+        const std::size_t before = phone.ReceivedLines().size();
+        ASSERT_TRUE(Request([&] { return velk_WriteAnim(ImageRecord(2, "Anim", data)); }));
+        EXPECT_EQ(window.UntilFinal(), c.messages);
+
+        const Lines lines = LinesFrom(before);
+        ASSERT_EQ(lines.size(), 5 + 13 * c.frames);
+        EXPECT_EQ(Lines(lines.begin(), lines.begin() + 5),
+                  (Lines{"AT", "ATE0", "AT+IMGINF", "AT", "ATE0"}));
+        for (std::size_t f = 0; f < c.frames; ++f) {
+            const std::string frame = std::to_string(10 + f);
+            const std::string onLine = "6040" + data.substr(f * kFrame, kFrame);
+            for (std::size_t chunk = 1; chunk <= 13; ++chunk) {
+                const std::string body = onLine.substr((chunk - 1) * 128, 128);
+                const std::string sizes = chunk == 1 ? "12,4" : ",";
+                EXPECT_EQ(lines[5 + f * 13 + chunk - 1],
+                          "AT+IMGW=" + frame + ",\"Anim\",2,1," + std::to_string(chunk) + "," +
+                              sizes + ",\"25" + "0" + std::to_string(c.frames) + "04\"," + body +
+                              "," + std::to_string(LineCheck(body)))
+                    << "frame " << frame << " chunk " << chunk;
+            }
+            EXPECT_EQ(model.FrameAt(static_cast<uint8_t>(10 + f)), onLine);
+        }
+    }
+}
+
+TEST_F(TransferTest, ImageReadJoinsTheFramesWithoutTheirHeads) {
+    const std::string frames = Frames(3, 40);
+    for (int f = 0; f < 3; ++f) {
+        model.SetFrame(static_cast<uint8_t>(10 + f), "6040" + frames.substr(f * kFrame, kFrame));
+    }
+    ASSERT_EQ(velk_ReadAnim(2), 1);
+    EXPECT_EQ(window.UntilFinal(), (Messages{VELK_MSG_ANIM_READ_PROGRESS,
+                                             VELK_MSG_ANIM_READ_PROGRESS, VELK_MSG_ANIM_READ}));
+    EXPECT_EQ(phone.ReceivedLines(), (Lines{"AT", "ATE0", "AT+IMGINF", "AT", "ATE0", "AT+IMGR=10",
+                                            "AT+IMGR=11", "AT+IMGR=12"}));
+    AnimRecord* image = nullptr;
+    ASSERT_EQ(velk_GetAnimData(&image), 1);
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->id, 2);
+    EXPECT_EQ(std::string(image->name, image->nameLength), "Sunrise");
+    EXPECT_EQ(image->size, 3 * kFrame);
+    EXPECT_EQ(Text(image->data, image->size), frames);
+    EXPECT_EQ(image->animParamFirst, 25);
+    EXPECT_EQ(image->animParamLast, 10);
+
+    // The information read on the way is there too.
+    AnimInfoRecord* info = nullptr;
+    ASSERT_EQ(velk_GetAnimInfo(&info), 1);
+    ASSERT_NE(info, nullptr);
+    ASSERT_EQ(info->frameRangeCount, 4);
+    EXPECT_EQ(std::vector<uint16_t>(info->frameRanges, info->frameRanges + 4),
+              (std::vector<uint16_t>{2, 1, 3, 10}));
+}
+
+TEST_F(TransferTest, ImageWrittenThenReadComesBackTheSame) {
+    std::string frames = Frames(2, 60);
+    ASSERT_EQ(velk_WriteAnim(ImageRecord(1, "Anim", frames)), 1);
+    EXPECT_EQ(window.UntilFinal(), (Messages{1224, 1224, VELK_MSG_ANIM_WRITTEN}));
+    ASSERT_TRUE(Request([] { return velk_ReadAnim(1); }));
+    EXPECT_EQ(window.UntilFinal(), (Messages{VELK_MSG_ANIM_READ_PROGRESS, VELK_MSG_ANIM_READ}));
+    AnimRecord* image = nullptr;
+    ASSERT_EQ(velk_GetAnimData(&image), 1);
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(Text(image->data, image->size), frames);
+}
+
+// The phone lists two images: any other number ends the operation after
+// the information step, with nothing read or written.
+TEST_F(TransferTest, ImageNumberThePhoneDoesNotListEndsAfterTheInformation) {
+    for (const uint8_t id : {0, 3}) {
+        SCOPED_TRACE(static_cast<int>(id));
+        const std::size_t before = phone.ReceivedLines().size();
+        ASSERT_TRUE(Request([&] { return velk_ReadAnim(id); }));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_ANIM_READ_REFUSED});
+        std::string frames = Frames(1, 1);
+        ASSERT_TRUE(Request([&] { return velk_WriteAnim(ImageRecord(id, "Anim", frames)); }));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_ANIM_WRITE_REFUSED});
+        EXPECT_EQ(LinesFrom(before), (Lines{"AT", "ATE0", "AT+IMGINF", "AT", "ATE0", "AT+IMGINF"}));
+    }
+}
+
+// A chunk that gets no answer ends the write as timed out; the next write
+// starts again at chunk 1, with all of its tone or image.
+TEST_F(TransferTest, ChunkWithoutAnswerTimesOutAndTheNextWriteStartsAtChunkOne) {
+    phone.AddRule({"AT+RNGW=4,\"Stall\",2,1,2,", true, PhoneAction::kSilence, {}, 0});
+    std::string tone = Pattern(300, 5);
+    ASSERT_EQ(velk_WriteMid(ToneRecord(4, "Stall", tone)), 1);
+    LapseWhenSent("AT+RNGW=4,\"Stall\",2,1,2,");
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_TIMED_OUT});
+    ASSERT_TRUE(Request([&] { return velk_WriteMid(ToneRecord(4, "Tune", tone)); }));
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_WRITTEN});
+    EXPECT_EQ(model.ToneAt(4)->body, tone);
+
+    phone.AddRule({"AT+IMGW=10,\"Stall\",2,1,5,", true, PhoneAction::kSilence, {}, 0});
+    std::string frames = Frames(2, 7);
+    ASSERT_TRUE(Request([&] { return velk_WriteAnim(ImageRecord(2, "Stall", frames)); }));
+    LapseWhenSent("AT+IMGW=10,\"Stall\",2,1,5,");
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_TIMED_OUT});
+    const std::size_t before = phone.ReceivedLines().size();
+    ASSERT_TRUE(Request([&] { return velk_WriteAnim(ImageRecord(2, "Anim", frames)); }));
+    EXPECT_EQ(window.UntilFinal(), (Messages{1224, 1224, VELK_MSG_ANIM_WRITTEN}));
+    const Lines lines = LinesFrom(before);
+    ASSERT_GT(lines.size(), 5u);
+    EXPECT_EQ(lines[5].rfind("AT+IMGW=10,\"Anim\",2,1,1,12,4,", 0), 0u) << lines[5];
+    EXPECT_EQ(model.FrameAt(11), "6040" + frames.substr(kFrame));
+}
+
+TEST_F(TransferTest, CancelDuringAnImageWriteIsSilentAndTheRebuiltLinkServes) {
+    phone.AddRule({"AT+IMGW=11,\"Stall\",2,1,3,", true, PhoneAction::kSilence, {}, 0});
+    std::string frames = Frames(3, 11);
+    ASSERT_EQ(velk_WriteAnim(ImageRecord(2, "Stall", frames)), 1);
+    ASSERT_TRUE(Eventually([&] {
+        const Lines lines = phone.ReceivedLines();
+        return !lines.empty() && lines.back().rfind("AT+IMGW=11,\"Stall\",2,1,3,", 0) == 0;
+    }));
+    EXPECT_EQ(window.Next(), std::optional<uint32_t>(VELK_MSG_ANIM_WRITE_PROGRESS));
+
+    int32_t cancelled = 0;
+    EXPECT_LT(MillisecondsOf([&] { cancelled = velk_CancelCurrentAction(); }), 1000);
+    EXPECT_EQ(cancelled, 1);
+    EXPECT_TRUE(window.Quiet(100)) << "no message follows a cancel";
+    EXPECT_EQ(velk_CancelCurrentAction(), 0) << "nothing runs on the rebuilt link";
+    EXPECT_EQ(model.FrameAt(10), "6040" + frames.substr(0, kFrame)) << "the phone keeps frame 10";
+
+    ASSERT_EQ(velk_ReadMidInfo(), 1);
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
+    ASSERT_TRUE(Request([&] { return velk_WriteAnim(ImageRecord(2, "Anim", frames)); }));
+    EXPECT_EQ(window.UntilFinal(), (Messages{1224, 1224, 1224, VELK_MSG_ANIM_WRITTEN}));
+    EXPECT_EQ(model.FrameAt(12), "6040" + frames.substr(2 * kFrame));
+}
+
+}  // namespace
+}  // namespace velk::test
