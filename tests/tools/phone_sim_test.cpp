@@ -1,0 +1,645 @@
+// The simulated phone: its protocol line by line, and the real library
+// (exports, worker, serial link) reading and writing tones and images on it
+// through a window pipe, with the line misbehaving as the options say.
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "phone_sim/chunk_line.h"
+#include "phone_sim/command_assembler.h"
+#include "phone_sim/line_pacer.h"
+#include "phone_sim/phone_model.h"
+#include "phone_sim/phone_simulator.h"
+#include "phone_sim/reply_shaper.h"
+#include "phone_sim/simulator_options.h"
+#include "phone_sim/store_index.h"
+#include "platform/tick_clock.h"
+#include "support/window_reader.h"
+#include "velkport.h"
+
+namespace velk::phonesim {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using Messages = std::vector<uint32_t>;
+namespace fs = std::filesystem;
+
+std::string ReadFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// An AT+RNGW= or AT+IMGW= line as the library builds it, with the right check.
+std::string ChunkCommand(const std::string& head, const std::string& name, int chunk, int count,
+                         int rest, const std::string& param, const std::string& body) {
+    std::string line = head + ",\"" + name + "\",2,1," + std::to_string(chunk) + ',';
+    line += chunk == 1 ? std::to_string(count) + ',' + std::to_string(rest) + ',' : ",,";
+    if (!param.empty()) line += '"' + param + "\",";
+    return line + body + ',' + std::to_string(ChunkCheck(body));
+}
+
+// --- The protocol without the line.
+
+TEST(PhoneModel, AnswersEachCommandAsAPhoneDoes) {
+    struct Row {
+        const char* command;
+        std::vector<std::string> reply;
+    } rows[] = {
+        {"AT", {"OK"}},
+        {"at+rngi", {"+RNGI: \"Tones\",3,10,253", "OK"}},
+        {"AT+RNGR=3",
+         {"+RNGR: 3,\"Alarm\",255,1,116,,\"4D546864000000060000000100604D54726B0000002400905864188"
+          "0584000905464188054400090586418805840009054641880544000FF2F00\",122",
+          "OK"}},
+        {"AT+RNGR=7", {"+CME ERROR: 22"}},
+        {"AT+RNGR=11", {"+CME ERROR: 21"}},
+        {"AT+RNGR=x", {"ERROR"}},
+        {"AT+IMGINF", {"+IMGINF: \"Images\",3,6,250,96,64,1,1,3,51,2,101", "OK"}},
+        {"AT+IMGR=4", {"+CME ERROR: 22"}},
+        {"AT+CPBS?", {"+CPBS: \"SM\",200,250", "OK"}},
+        {"AT+CPBR=?", {"+CPBR: (1-250),40,16", "OK"}},
+        {"AT+CPBR=199,203",
+         {"+CPBR: 199,\"+49305550199\",145,\"Contact 199\"",
+          "+CPBR: 200,\"+49305550200\",145,\"Contact 200\"", "OK"}},
+        {"AT+CPBR=251", {"+CME ERROR: 21"}},
+        {"AT+CPBS=\"XX\"", {"+CME ERROR: 3"}},
+        {"AT+CPBS=\"ME\"", {"OK"}},
+        {"AT+CPBR=1", {"+CPBR: 1,\"01725550001\",129,\"Office 001\"", "OK"}},
+        {"AT+FROB", {"ERROR"}},
+    };
+    PhoneStore store;
+    PhoneModel model(store);
+    for (const Row& row : rows) {
+        EXPECT_THAT(model.Answer(row.command), ElementsAreArray(row.reply)) << row.command;
+    }
+    EXPECT_TRUE(model.Answer("").empty()) << "an empty line gets no reply";
+}
+
+TEST(PhoneModel, EchoStaysOnUntilEchoOffAndComesBackWithAReset) {
+    PhoneStore store;
+    PhoneModel model(store);
+    EXPECT_TRUE(model.Echo());
+    model.Answer("ATE0");
+    EXPECT_FALSE(model.Echo());
+    model.Answer("ATZ");
+    EXPECT_TRUE(model.Echo());
+}
+
+TEST(PhoneModel, LongToneGoesInPartsWithSizeInTheFirst) {
+    PhoneStore store;
+    PhoneModel model(store);
+    const std::string text(300, 'A');
+    ASSERT_TRUE(store.PutTone(5, {"Long", text}));
+    const Reply reply = model.Answer("AT+RNGR=5");
+    ASSERT_EQ(reply.size(), 4u);
+    const std::string a128(128, 'A');
+    const std::string check128 = std::to_string(ChunkCheck(a128));
+    EXPECT_EQ(reply[0], "+RNGR: 5,\"Long\",1,3,2,44,\"" + a128 + "\"," + check128);
+    EXPECT_EQ(reply[1], "+RNGR: 5,\"Long\",2,3,,,\"" + a128 + "\"," + check128);
+    EXPECT_EQ(reply[2], "+RNGR: 5,\"Long\",3,3,,,\"" + std::string(44, 'A') + "\"," +
+                            std::to_string(ChunkCheck(std::string(44, 'A'))));
+}
+
+TEST(PhoneModel, FrameGoesInThirteenPartsBehindItsHead) {
+    PhoneStore store;
+    PhoneModel model(store);
+    const Reply reply = model.Answer("AT+IMGR=52");
+    ASSERT_EQ(reply.size(), 14u);
+    EXPECT_THAT(reply[0], ::testing::StartsWith("+IMGR: 52,\"Ball\",1,13,12,4,\"250300\",\"6040"));
+    EXPECT_THAT(reply[12], ::testing::StartsWith("+IMGR: 52,\"Ball\",13,13,,,\"250300\",\""));
+    std::string joined;
+    for (std::size_t i = 0; i < 13; ++i) {
+        const std::size_t open = reply[i].rfind(",\"");
+        const std::size_t close = reply[i].rfind('"');
+        joined += reply[i].substr(open + 2, close - open - 2);
+    }
+    EXPECT_EQ(joined, std::string("6040") + *store.Frame(52));
+}
+
+// A chunk whose check does not fit its body is refused, and the write it
+// belonged to is dropped: its later chunks are refused too.
+TEST(PhoneModel, WrongCheckIsAnsweredErrorAndDropsTheWrite) {
+    PhoneStore store;
+    PhoneModel model(store);
+    const std::string body(128, 'B');
+    EXPECT_THAT(model.Answer(ChunkCommand("AT+RNGW=6", "New", 1, 1, 3, "", body)),
+                ElementsAre("OK"));
+    std::string wrong = ChunkCommand("AT+RNGW=6", "New", 2, 0, 0, "", "xyz");
+    wrong.back() = wrong.back() == '0' ? '1' : '0';
+    EXPECT_THAT(model.Answer(wrong), ElementsAre("ERROR"));
+    EXPECT_THAT(model.Answer(ChunkCommand("AT+RNGW=6", "New", 2, 0, 0, "", "xyz")),
+                ElementsAre("ERROR"));
+    EXPECT_EQ(store.FindTone(6), nullptr);
+
+    // Out of order: chunk 3 where chunk 2 is due.
+    EXPECT_THAT(model.Answer(ChunkCommand("AT+RNGW=6", "New", 1, 1, 3, "", body)),
+                ElementsAre("OK"));
+    EXPECT_THAT(model.Answer(ChunkCommand("AT+RNGW=6", "New", 3, 0, 0, "", "xyz")),
+                ElementsAre("ERROR"));
+    // And a whole write in order is kept.
+    EXPECT_THAT(model.Answer(ChunkCommand("AT+RNGW=6", "New", 1, 1, 3, "", body)),
+                ElementsAre("OK"));
+    EXPECT_THAT(model.Answer(ChunkCommand("AT+RNGW=6", "New", 2, 0, 0, "", "xyz")),
+                ElementsAre("OK"));
+    ASSERT_NE(store.FindTone(6), nullptr);
+    EXPECT_EQ(store.FindTone(6)->text, body + "xyz");
+}
+
+TEST(PhoneModel, FramesWrittenFromAnImagesFirstFrameSetItsCount) {
+    PhoneStore store;
+    PhoneModel model(store);
+    for (int frame = 101; frame < 104; ++frame) {
+        const std::string text = std::string("6040") + std::string(1536, 'a' + (frame - 101));
+        for (int chunk = 1; chunk <= 13; ++chunk) {
+            const std::string body = text.substr((chunk - 1) * 128, 128);
+            ASSERT_THAT(model.Answer(ChunkCommand("AT+IMGW=" + std::to_string(frame), "Sea", chunk,
+                                                  12, 4, "250307", body)),
+                        ElementsAre("OK"));
+        }
+    }
+    EXPECT_EQ(store.Images()[2].frames, 3);
+    EXPECT_EQ(store.Images()[2].name, "Sea");
+    EXPECT_EQ(store.Images()[2].param, "250307");
+    EXPECT_EQ(*store.Frame(103), std::string(1536, 'c'));
+}
+
+TEST(ChunkLine, FieldsAreReadAroundABodyThatMayHoldCommas) {
+    EXPECT_EQ(ChunkCheck("abc"), 99);
+    EXPECT_EQ(ChunkCheck(""), 0);
+
+    auto tone = ParseChunkLine("3,\"Ri,ng\",2,1,1,0,5,a,b,c,7", false);
+    ASSERT_TRUE(tone);
+    EXPECT_EQ(tone->target, 3);
+    EXPECT_EQ(tone->name, "Ri,ng");
+    EXPECT_EQ(tone->count, 0);
+    EXPECT_EQ(tone->rest, 5);
+    EXPECT_EQ(tone->body, "a,b,c");
+    EXPECT_EQ(tone->check, 7);
+
+    auto image = ParseChunkLine("51,\"A\",2,1,13,,,\"250300\",,0", true);
+    ASSERT_TRUE(image);
+    EXPECT_FALSE(image->count);
+    EXPECT_EQ(image->param, "250300");
+    EXPECT_EQ(image->body, "");
+
+    for (const char* bad : {"", "3,\"R\",2,1,2,,9", "3,R,2,1,1,0,5,abc,1", "3,\"R\",3,1,1,0,5,a,1",
+                            "3,\"R\",2,1,1,0,5,abc,x", "3,\"R\",2,1,1,0,5,abc,1000"}) {
+        EXPECT_FALSE(ParseChunkLine(bad, false)) << bad;
+    }
+}
+
+TEST(CommandAssembler, LinesEndAtCarriageReturnAndFlowBytesStandApart) {
+    CommandAssembler assembler;
+    std::vector<std::string> lines;
+    int stops = 0;
+    int starts = 0;
+    for (const char c : std::string("AT\r\nAT\x13"
+                                    "E0\r\x11\rX")) {
+        const auto step = assembler.Feed(c);
+        stops += step.flow == CommandAssembler::Flow::kStop;
+        starts += step.lineStarted;
+        if (step.lineDone) lines.push_back(assembler.Line());
+    }
+    EXPECT_THAT(lines, ElementsAre("AT", "ATE0", ""));
+    EXPECT_EQ(stops, 1);
+    EXPECT_EQ(starts, 4);
+}
+
+TEST(ReplyShaper, EchoBlankLineNoiseAndPiecesKeepTheBytes) {
+    EXPECT_EQ(ReplyBytes(nullptr, {"+X: 1", "OK"}, false), "\r\n+X: 1\r\nOK\r\n");
+    const std::string at = "AT";
+    EXPECT_EQ(ReplyBytes(&at, {"OK"}, true), "AT\r\n\r\nRING\r\nOK\r\n");
+
+    std::mt19937 random(7);
+    const std::string bytes = ReplyBytes(nullptr, {std::string(200, 'x'), "OK"}, false);
+    const auto pieces = ShapeReply(bytes, true, random);
+    std::string joined;
+    for (const OutputPiece& p : pieces) {
+        EXPECT_LE(p.bytes.size(), 7u);
+        joined += p.bytes;
+    }
+    EXPECT_EQ(joined, bytes);
+    EXPECT_GT(pieces.size(), 30u);
+    EXPECT_EQ(ShapeReply(bytes, false, random).size(), 1u);
+}
+
+TEST(LinePacer, TenBitsAByteAtTheRate) {
+    LinePacer pacer(9600);
+    EXPECT_EQ(pacer.ByteTime(), std::chrono::nanoseconds(1041667));
+    const auto t0 = LinePacer::Clock::time_point{} + std::chrono::seconds(1);
+    EXPECT_EQ(pacer.Crossed(t0, t0 + std::chrono::milliseconds(10), 100), 9u);
+    pacer.Take(t0, 9);
+    // The line is busy until the ninth byte crossed: a byte ready earlier waits.
+    EXPECT_EQ(pacer.Finish(t0, 1), t0 + pacer.ByteTime() * 10);
+    EXPECT_EQ(LinePacer(0).Crossed(t0, t0, 100), 100u);
+}
+
+TEST(StoreIndex, WrittenIndexReadsBackAndBrokenOnesAreRefused) {
+    StoreIndex index;
+    index.tones = {{1, "Bells \"x\""}, {10, "Last"}};
+    index.images = {{"Ball", 3, 51, "250300"}, {"Empty", 0, 200, ""}};
+    std::string error;
+    const auto back = ReadStoreIndex(WriteStoreIndex(index), error);
+    ASSERT_TRUE(back) << error;
+    ASSERT_EQ(back->tones.size(), 2u);
+    EXPECT_EQ(back->tones[0].name, "Bells \"x\"");
+    EXPECT_EQ(back->tones[1].slot, 10);
+    ASSERT_EQ(back->images.size(), 2u);
+    EXPECT_EQ(back->images[0].first, 51);
+    EXPECT_EQ(back->images[0].param, "250300");
+
+    for (const char* broken : {"", "{", "[]", "{\"tones\": [], \"images\": {}}",
+                               "{\"tones\": [{\"slot\": 11, \"name\": \"x\"}], \"images\": []}",
+                               "{\"tones\": [], \"images\": [{\"name\": \"x\"}]}",
+                               "{\"tones\": [], \"images\": []} x"}) {
+        EXPECT_FALSE(ReadStoreIndex(broken, error)) << broken;
+    }
+}
+
+TEST(SimulatorOptions, ArgumentsAreReadAsTheHelpSays) {
+    SimulatorOptions options;
+    std::string error;
+    ASSERT_EQ(ParseSimulatorArguments(
+                  {"--store", "d", "--refuse", "AT+RNGR=", "--refuse", "AT+IMGW==+CME ERROR: 20",
+                   "--noise", "--split", "--hangup-after", "4", "--baud", "9600", "--silent"},
+                  options, error),
+              ParseOutcome::kRun)
+        << error;
+    EXPECT_EQ(options.storeDir, "d");
+    ASSERT_EQ(options.refusals.size(), 2u);
+    EXPECT_EQ(options.refusals[0].prefix, "AT+RNGR=");
+    EXPECT_EQ(options.refusals[0].final, "ERROR");
+    EXPECT_EQ(options.refusals[1].prefix, "AT+IMGW=");
+    EXPECT_EQ(options.refusals[1].final, "+CME ERROR: 20");
+    EXPECT_TRUE(options.noise && options.split && options.silent);
+    EXPECT_EQ(options.hangupAfter, 4u);
+    EXPECT_EQ(options.baud, 9600u);
+
+    for (const std::vector<std::string>& bad :
+         std::vector<std::vector<std::string>>{{"--baud", "0"},
+                                               {"--baud", "fast"},
+                                               {"--log"},
+                                               {"--hangup-after", "-1"},
+                                               {"--frob"}}) {
+        EXPECT_EQ(ParseSimulatorArguments(bad, options, error), ParseOutcome::kUsageError)
+            << bad[0];
+    }
+    EXPECT_EQ(ParseSimulatorArguments({"--help"}, options, error), ParseOutcome::kHelp);
+}
+
+// --- The line itself, opened as a client opens it.
+
+class RawClient {
+  public:
+    explicit RawClient(const std::string& path)
+        : fd_(open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+        termios settings{};
+        if (fd_ >= 0 && tcgetattr(fd_, &settings) == 0) {
+            cfmakeraw(&settings);
+            tcsetattr(fd_, TCSANOW, &settings);
+        }
+    }
+    ~RawClient() {
+        if (fd_ >= 0) close(fd_);
+    }
+    bool IsOpen() const { return fd_ >= 0; }
+
+    // Sends a command and reads until `until` shows up or the line is quiet.
+    std::string Ask(const std::string& command, const std::string& until = "OK\r\n") {
+        const std::string line = command + "\r\n";
+        if (write(fd_, line.data(), line.size()) != static_cast<ssize_t>(line.size())) return {};
+        std::string got;
+        while (got.find(until) == std::string::npos) {
+            pollfd entry{fd_, POLLIN, 0};
+            if (poll(&entry, 1, 2000) <= 0 || (entry.revents & POLLIN) == 0) break;
+            char buffer[512];
+            const ssize_t n = read(fd_, buffer, sizeof buffer);
+            if (n <= 0) break;
+            got.append(buffer, static_cast<std::size_t>(n));
+        }
+        return got;
+    }
+
+  private:
+    int fd_;
+};
+
+TEST(PhoneSimulatorLine, ServesOneClientAfterAnotherAndHangsUpWhenTold) {
+    PhoneSimulator phone;
+    SimulatorOptions options;
+    options.hangupAfter = 4;
+    ASSERT_TRUE(phone.Start(options));
+    {
+        RawClient first(phone.DevicePath());
+        ASSERT_TRUE(first.IsOpen());
+        EXPECT_EQ(first.Ask("AT"), "AT\r\n\r\nOK\r\n");
+        EXPECT_EQ(first.Ask("ATE0"), "ATE0\r\n\r\nOK\r\n");
+    }
+    {
+        RawClient second(phone.DevicePath());
+        EXPECT_EQ(second.Ask("AT+CGMI"), "\r\nVelkport\r\nOK\r\n") << "echo stays off";
+        EXPECT_FALSE(phone.Ended());
+        second.Ask("AT", "never");
+    }
+    pollfd ended{phone.EndedDescriptor(), POLLIN, 0};
+    EXPECT_EQ(poll(&ended, 1, 2000), 1);
+    EXPECT_TRUE(phone.Ended());
+    EXPECT_EQ(phone.CommandCount(), 4u);
+    EXPECT_FALSE(RawClient(phone.DevicePath()).IsOpen()) << "the line is gone";
+    phone.Stop();
+}
+
+// --- The real library on the simulator.
+
+constexpr uint8_t kPort = 7;
+
+// Public, so that the rows of a table can drive the fixture.
+class SimulatedPhone : public ::testing::Test {
+  public:
+    void SetUp() override {
+        char pattern[] = "/tmp/velk-phone-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        dir = pattern;
+    }
+    void TearDown() override {
+        velk_EndThread();
+        velk_SetPortDevice(kPort, nullptr);
+        phone.Stop();
+        fs::remove_all(dir);
+    }
+
+    void Start(SimulatorOptions options = {}) {
+        options.storeDir = (dir / "store").string();
+        std::string error;
+        ASSERT_TRUE(phone.Start(options, &error)) << error;
+        ASSERT_EQ(velk_SetPortDevice(kPort, phone.DevicePath().c_str()), 1);
+        ASSERT_EQ(velk_BeginThread(window.WriteEnd(), kPort, 115200, 1), 1);
+    }
+
+    // The window messages of one operation; the request is tried until the
+    // link takes it, as the last message of an operation may come just
+    // before the link is ready again.
+    Messages Run(const std::function<int32_t()>& request) {
+        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+        while (request() != 1) {
+            if (std::chrono::steady_clock::now() > until) return {};
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return window.UntilFinal(10000);
+    }
+
+    std::string ReadTone(uint8_t slot) {
+        EXPECT_THAT(Run([&] { return velk_ReadMid(slot); }), ElementsAre(VELK_MSG_MID_READ));
+        MidRecord* record = nullptr;
+        if (velk_GetMidData(&record) != 1) return "<none>";
+        return std::string(reinterpret_cast<char*>(record->data), record->size);
+    }
+
+    AnimRecord* ReadImage(uint8_t id, std::size_t frames) {
+        Messages expected(frames - 1, VELK_MSG_ANIM_READ_PROGRESS);
+        expected.push_back(VELK_MSG_ANIM_READ);
+        EXPECT_EQ(Run([&] { return velk_ReadAnim(id); }), expected);
+        AnimRecord* record = nullptr;
+        velk_GetAnimData(&record);
+        return record;
+    }
+
+    std::string StoreFile(const std::string& name) const { return ReadFile(dir / "store" / name); }
+
+    // All timed waits of the library run on this clock: --silent needs it.
+    TestTickClock clock{0};
+    fs::path dir;
+    test::WindowReader window;
+    PhoneSimulator phone;
+};
+
+TEST_F(SimulatedPhone, ToneInformationReadAndWriteRoundTrip) {
+    Start();
+    EXPECT_THAT(Run(velk_ReadMidInfo), ElementsAre(VELK_MSG_MID_INFO_READ));
+    MidInfoRecord* info = nullptr;
+    ASSERT_EQ(velk_GetMidInfo(&info), 1);
+    EXPECT_STREQ(info->name, "Tones");
+    EXPECT_EQ(info->infoNumber1, 3);
+    EXPECT_EQ(info->infoNumber2, 10);
+
+    for (uint8_t slot : {1, 2, 3}) {
+        EXPECT_EQ(ReadTone(slot), StoreFile("tone-" + std::to_string(slot) + ".txt")) << +slot;
+    }
+
+    // 128 characters exactly and 300 with commas: an empty last chunk and
+    // a body the phone must not cut at its commas.
+    for (const std::string& text :
+         {std::string(128, '7'), std::string(100, ',') + std::string(200, 'q')}) {
+        MidRecord tone{};
+        tone.id = 4;
+        tone.nameLength = 4;
+        std::memcpy(tone.name, "Mine", 4);
+        tone.size = static_cast<uint16_t>(text.size());
+        tone.data = reinterpret_cast<uint8_t*>(const_cast<char*>(text.data()));
+        EXPECT_THAT(Run([&] { return velk_WriteMid(tone); }), ElementsAre(VELK_MSG_MID_WRITTEN));
+        EXPECT_EQ(StoreFile("tone-4.txt"), text);
+        EXPECT_EQ(ReadTone(4), text);
+    }
+    EXPECT_THAT(StoreFile("index.json"), ::testing::HasSubstr("{\"slot\": 4, \"name\": \"Mine\"}"));
+}
+
+TEST_F(SimulatedPhone, ImageInformationReadAndWriteRoundTrip) {
+    Start();
+    EXPECT_THAT(Run(velk_ReadAnimInfo), ElementsAre(VELK_MSG_ANIM_INFO_READ));
+    AnimInfoRecord* info = nullptr;
+    ASSERT_EQ(velk_GetAnimInfo(&info), 1);
+    ASSERT_NE(info, nullptr);
+    ASSERT_EQ(info->frameRangeCount, 6);
+    EXPECT_THAT(std::vector<uint16_t>(info->frameRanges, info->frameRanges + 6),
+                ElementsAre(1, 1, 3, 51, 2, 101));
+
+    AnimRecord* read = ReadImage(2, 3);
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(read->data), read->size),
+              StoreFile("frame-51.txt") + StoreFile("frame-52.txt") + StoreFile("frame-53.txt"));
+    EXPECT_EQ(read->animParamFirst, 25);
+
+    std::string frames = std::string(1536, '1') + std::string(1536, '2');
+    AnimRecord image{};
+    image.id = 2;
+    image.nameLength = 4;
+    std::memcpy(image.name, "Anim", 4);
+    image.size = static_cast<uint16_t>(frames.size());
+    image.data = reinterpret_cast<uint8_t*>(frames.data());
+    image.animParamFirst = 25;
+    image.animParamLast = 5;
+    EXPECT_THAT(Run([&] { return velk_WriteAnim(image); }),
+                ElementsAre(VELK_MSG_ANIM_WRITE_PROGRESS, VELK_MSG_ANIM_WRITE_PROGRESS,
+                            VELK_MSG_ANIM_WRITTEN));
+    EXPECT_EQ(StoreFile("frame-51.txt"), std::string(1536, '1'));
+    EXPECT_EQ(StoreFile("frame-52.txt"), std::string(1536, '2'));
+    EXPECT_THAT(StoreFile("index.json"),
+                ::testing::HasSubstr("{\"name\": \"Anim\", \"frames\": 2, \"first\": 51, "
+                                     "\"param\": \"250205\"}"));
+
+    EXPECT_THAT(Run(velk_ReadAnimInfo), ElementsAre(VELK_MSG_ANIM_INFO_READ));
+    read = ReadImage(2, 2);
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(read->data), read->size), frames);
+    EXPECT_EQ(std::string(read->name, read->nameLength), "Anim");
+    EXPECT_EQ(read->animParamFirst, 25);
+    EXPECT_EQ(read->animParamLast, 5);
+}
+
+// A misbehaving line: the library still does its job, or ends the operation
+// with the message that fits.
+TEST_F(SimulatedPhone, LineOptionsKeepTheLibraryWorking) {
+    struct Row {
+        const char* name;
+        std::function<void(SimulatorOptions&)> set;
+        std::function<void(SimulatedPhone&)> check;
+    } rows[] = {
+        {"noise", [](SimulatorOptions& o) { o.noise = true; },
+         [](SimulatedPhone& t) { EXPECT_EQ(t.ReadTone(1), t.StoreFile("tone-1.txt")); }},
+        {"split", [](SimulatorOptions& o) { o.split = true; },
+         [](SimulatedPhone& t) {
+             AnimRecord* read = t.ReadImage(3, 2);
+             ASSERT_NE(read, nullptr);
+             EXPECT_EQ(std::string(reinterpret_cast<char*>(read->data), read->size),
+                       t.StoreFile("frame-101.txt") + t.StoreFile("frame-102.txt"));
+         }},
+        {"refuse a tone read", [](SimulatorOptions& o) { o.refusals.push_back({"AT+RNGR="}); },
+         [](SimulatedPhone& t) {
+             EXPECT_THAT(t.Run([] { return velk_ReadMid(1); }),
+                         ElementsAre(VELK_MSG_MID_READ_REFUSED));
+             EXPECT_THAT(t.Run(velk_ReadMidInfo), ElementsAre(VELK_MSG_MID_INFO_READ));
+         }},
+        {"refuse a frame write with a +CME ERROR",
+         [](SimulatorOptions& o) {
+             o.refusals.push_back({"at+imgw=", "+CME ERROR: 20"});
+         },
+         [](SimulatedPhone& t) {
+             std::string frame(1536, 'z');
+             AnimRecord image{};
+             image.id = 1;
+             image.size = 1536;
+             image.data = reinterpret_cast<uint8_t*>(frame.data());
+             EXPECT_THAT(t.Run([&] { return velk_WriteAnim(image); }),
+                         ElementsAre(VELK_MSG_ANIM_WRITE_REFUSED));
+             EXPECT_NE(t.StoreFile("frame-1.txt"), frame);
+         }},
+        {"silent", [](SimulatorOptions& o) { o.silent = true; },
+         [](SimulatedPhone& t) {
+             ASSERT_EQ(velk_ReadMidInfo(), 1);
+             // AT is tried three times, each for the command's whole lapse.
+             for (unsigned tries = 1; tries <= 3; ++tries) {
+                 const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+                 while (t.phone.CommandCount() < tries && std::chrono::steady_clock::now() < until)
+                     std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                 t.clock.AwaitWaiters(1);
+                 t.clock.Advance(10050);
+             }
+             EXPECT_THAT(t.window.UntilFinal(), ElementsAre(VELK_MSG_TIMED_OUT));
+             EXPECT_EQ(t.phone.CommandCount(), 3u);
+         }},
+        {"hang-up at the third command", [](SimulatorOptions& o) { o.hangupAfter = 3; },
+         [](SimulatedPhone& t) {
+             EXPECT_THAT(t.Run(velk_ReadMidInfo), ElementsAre(VELK_MSG_TIMED_OUT));
+             EXPECT_TRUE(t.phone.Ended());
+         }},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        SimulatorOptions options;
+        row.set(options);
+        Start(options);
+        row.check(*this);
+        velk_EndThread();
+        phone.Stop();
+    }
+}
+
+TEST_F(SimulatedPhone, PacedLineTakesTheWireTimeAndLogsAndStampsEachCommand) {
+    SimulatorOptions options;
+    options.baud = 19200;
+    options.logFile = (dir / "log").string();
+    options.timestampFile = (dir / "stamps").string();
+    Start(options);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(ReadTone(1), StoreFile("tone-1.txt"));
+    const auto took = std::chrono::steady_clock::now() - start;
+    // The tone's 340 characters alone take 177 ms at 19200 baud.
+    EXPECT_GE(took, std::chrono::milliseconds(177));
+    velk_EndThread();
+    phone.Stop();
+
+    EXPECT_EQ(ReadFile(dir / "log"), "AT\nATE0\nAT+RNGR=1\n");
+    std::istringstream stamps(ReadFile(dir / "stamps"));
+    std::vector<char> kinds;
+    long long previous = 0;
+    char kind;
+    long long ns;
+    while (stamps >> kind >> ns) {
+        kinds.push_back(kind);
+        EXPECT_GT(ns, previous);
+        previous = ns;
+    }
+    EXPECT_THAT(kinds, ElementsAre('C', 'R', 'C', 'R', 'C', 'R'));
+}
+
+// --- The program.
+
+TEST(PhoneProgram, PrintsTheDevicePathFirstAndServesItUntilTerminated) {
+    char pattern[] = "/tmp/velk-program-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    const fs::path store = fs::path(pattern) / "store";
+    int out[2];
+    ASSERT_EQ(pipe(out), 0);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addclose(&actions, out[0]);
+    const std::string storeText = store.string();
+    char* const argv[] = {const_cast<char*>(VELK_PHONE_PROGRAM), const_cast<char*>("--store"),
+                          const_cast<char*>(storeText.c_str()), nullptr};
+    pid_t pid = 0;
+    ASSERT_EQ(posix_spawn(&pid, VELK_PHONE_PROGRAM, &actions, nullptr, argv, environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    close(out[1]);
+
+    std::string first;
+    char c;
+    pollfd entry{out[0], POLLIN, 0};
+    while (poll(&entry, 1, 5000) == 1 && read(out[0], &c, 1) == 1 && c != '\n') first += c;
+    close(out[0]);
+    EXPECT_THAT(first, ::testing::StartsWith("/dev/pts/"));
+    EXPECT_TRUE(fs::exists(store / "index.json"));
+    EXPECT_TRUE(fs::exists(store / "frame-53.txt"));
+    {
+        RawClient client(first);
+        EXPECT_EQ(client.Ask("AT"), "AT\r\n\r\nOK\r\n");
+    }
+    kill(pid, SIGTERM);
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    fs::remove_all(pattern);
+}
+
+}  // namespace
+}  // namespace velk::phonesim
