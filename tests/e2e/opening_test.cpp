@@ -24,6 +24,7 @@ const ToneInfoCase kToneInfoCases[] = {
     {"echo until ATE0", true, "+RNGI: \"Melodies\",12,3,40", "Melodies", 9, {12, 3, 40}},
     {"no echo", false, "+RNGI: \"Melodies\",12,3,40", "Melodies", 9, {12, 3, 40}},
     {"ten-character name", true, "+RNGI: \"ABCDEFGHIJ\",1,2,3", "ABCDEFGHIJ", 10, {1, 2, 3}},
+    {"longer name, cut", true, "+RNGI: \"ElevenChars\",1,2,3", "ElevenChar", 10, {1, 2, 3}},
 };
 
 TEST_F(OpeningTest, ToneInformationReadPutsItsThreeCommandsOnTheLineInOrder) {
@@ -145,8 +146,8 @@ const RefusalCase kRefusals[] = {
 TEST_F(OpeningTest, EveryRefusalEndsTheOperationWithItsMessage) {
     for (const RefusalCase& c : kRefusals) {
         SCOPED_TRACE(c.what);
+        PhoneModel freshModel;  // outlives the phone, whose thread asks it
         FakePhone freshPhone;
-        PhoneModel freshModel;
         freshModel.Attach(freshPhone);
         freshModel.AddImage(1, 20);
         freshModel.SetFrame(20, "6040" + Pattern(1536, 2));

@@ -124,6 +124,16 @@ TEST_F(TransferTest, ToneReadReturnsExactlyWhatThePhoneHolds) {
         EXPECT_EQ(std::string(tone->name, tone->nameLength), "Bells");
         EXPECT_EQ(Text(tone->data, tone->size), body);
     }
+    // A name longer than the record's field is cut to its 10 bytes.
+    model.SetTone(5, {"NameOfTwelve", "abc"});
+    ASSERT_TRUE(Request([] { return velk_ReadMid(5); }));
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_READ});
+    MidRecord* named = nullptr;
+    ASSERT_EQ(velk_GetMidData(&named), 1);
+    EXPECT_EQ(named->nameLength, 10);
+    EXPECT_EQ(std::string(named->name, 10), "NameOfTwel");
+    EXPECT_EQ(Text(named->data, named->size), "abc");
+
     // A slot that holds nothing: an empty tone, not the last one read.
     ASSERT_TRUE(Request([] { return velk_ReadMid(8); }));
     EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_READ});
@@ -133,15 +143,21 @@ TEST_F(TransferTest, ToneReadReturnsExactlyWhatThePhoneHolds) {
     EXPECT_EQ(tone->size, 0);
 }
 
+// Up to the largest tone a write takes, with a name that fills its field.
 TEST_F(TransferTest, ToneWrittenThenReadComesBackTheSame) {
-    std::string body = Pattern(700, 9);
-    ASSERT_EQ(velk_WriteMid(ToneRecord(4, "Tune", body)), 1);
-    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_WRITTEN});
-    ASSERT_TRUE(Request([] { return velk_ReadMid(4); }));
-    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_READ});
-    MidRecord* tone = nullptr;
-    ASSERT_EQ(velk_GetMidData(&tone), 1);
-    EXPECT_EQ(Text(tone->data, tone->size), body);
+    for (const std::size_t size : {700u, 32511u}) {
+        SCOPED_TRACE(size);
+        std::string body = Pattern(size, 9);
+        ASSERT_TRUE(Request([&] { return velk_WriteMid(ToneRecord(4, "TenLetters", body)); }));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_WRITTEN});
+        ASSERT_TRUE(Request([] { return velk_ReadMid(4); }));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_READ});
+        MidRecord* tone = nullptr;
+        ASSERT_EQ(velk_GetMidData(&tone), 1);
+        EXPECT_EQ(tone->nameLength, 10);
+        EXPECT_EQ(std::string(tone->name, 10), "TenLetters");
+        EXPECT_EQ(Text(tone->data, tone->size), body);
+    }
 }
 
 struct ImageWriteCase {
