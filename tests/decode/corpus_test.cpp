@@ -111,6 +111,7 @@ class ReplyRun {
                     DecodeUnsolicitedResult(state_, reader_.lines.GetRecord(0));
                 }
             } else if (message.wParam == kResultParam && message.lParam != 0) {
+                // NOLINTNEXTLINE(performance-no-int-to-ptr): the block the message carries
                 blocks_.emplace_back(reinterpret_cast<ATCommandBlock*>(message.lParam));
                 EXPECT_EQ(message.message, MessageForId(blocks_.back()->resultId));
             }
@@ -143,17 +144,17 @@ void Put(char (&field)[N], std::string_view text) {
 Expected Done(int32_t command) {
     return {1, [command](ResultForms& r) { r.done.commandId = command; }};
 }
-Expected Error(std::string message) {
+Expected Error(const std::string& message) {
     return {3, [message](ResultForms& r) { Put(r.error.message, message); }};
 }
-Expected Illegal(std::string line) {
+Expected Illegal(const std::string& line) {
     return Error("There is some inlegal parameter in " + line + "\r!");
 }
 // 5, 6 and 7 share one form: the whole line.
-Expected WholeLine(int32_t id, std::string text) {
+Expected WholeLine(int32_t id, const std::string& text) {
     return {id, [text](ResultForms& r) { Put(r.manufacturer.text, text); }};
 }
-Expected Entry(int32_t index, std::string number, int32_t type, std::string text) {
+Expected Entry(int32_t index, const std::string& number, int32_t type, const std::string& text) {
     return {14, [=](ResultForms& r) {
                 r.phonebookEntry.index = index;
                 Put(r.phonebookEntry.number, number);
@@ -164,7 +165,7 @@ Expected Entry(int32_t index, std::string number, int32_t type, std::string text
 Expected Registration(int32_t id, int32_t first, int32_t second) {
     return {id, [=](ResultForms& r) { r.registration = {first, second}; }};
 }
-Expected Stored(std::string store, int32_t index) {
+Expected Stored(const std::string& store, int32_t index) {
     return {56, [=](ResultForms& r) {
                 Put(r.reportMessageStored.store, store);
                 r.reportMessageStored.index = index;
@@ -174,8 +175,8 @@ Expected StoresSet(int32_t used, int32_t total) {
     return {29,
             [=](ResultForms& r) { r.messageStoresSet = {used, total, used, total, used, total}; }};
 }
-Expected Delivered(std::string state, std::string originator, std::string time,
-                   std::function<void(ResultMessageDeliverHeader&)> rest = {}) {
+Expected Delivered(const std::string& state, const std::string& originator, const std::string& time,
+                   const std::function<void(ResultMessageDeliverHeader&)>& rest = {}) {
     return {62, [=](ResultForms& r) {
                 Put(r.messageDeliverHeader.state, state);
                 Put(r.messageDeliverHeader.originator, originator);
@@ -183,7 +184,7 @@ Expected Delivered(std::string state, std::string originator, std::string time,
                 if (rest) rest(r.messageDeliverHeader);
             }};
 }
-Expected Body(std::string body) {
+Expected Body(const std::string& body) {
     return {231, [body](ResultForms& r) { Put(r.messageDeliverHeader.body, body); }};
 }
 
@@ -410,7 +411,8 @@ std::vector<Pin> Pins() {
     };
 }
 
-// The first differing payload byte, or -1.
+// The first payload byte at which the two blocks differ, or -1.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the order does not matter
 long FirstDifference(const ATCommandBlock& a, const ATCommandBlock& b) {
     const auto* x = reinterpret_cast<const unsigned char*>(&a);
     const auto* y = reinterpret_cast<const unsigned char*>(&b);

@@ -54,8 +54,7 @@ void WriteValue(JsonWriter& json, const unsigned char* payload, const PrintedFie
             break;
         }
         case PrintedType::kWords: {
-            const WordList* words = nullptr;
-            std::memcpy(&words, at, sizeof words);
+            const WordList* words = *reinterpret_cast<const WordList* const*>(at);
             json.BeginArray();
             if (words != nullptr) {
                 for (uint16_t word : *words) json.Number(word);

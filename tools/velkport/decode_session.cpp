@@ -19,6 +19,11 @@ std::string InCapitals(std::string text) {
     return text;
 }
 
+// The block a result message carries.
+ATCommandBlock* BlockOf(const ThreadMessage& message) {
+    return reinterpret_cast<ATCommandBlock*>(message.lParam);  // NOLINT(performance-no-int-to-ptr)
+}
+
 bool IsResultMessage(const ThreadMessage& message) {
     return message.wParam == kResultParam && message.message >= kCommandMessageBase &&
            message.lParam != 0;
@@ -86,7 +91,7 @@ DecodeSession::~DecodeSession() {
     ThreadMessage message;
     while (PeekThreadMessage(message)) {
         if (IsResultMessage(message)) {
-            FreeResultBlock(reinterpret_cast<ATCommandBlock*>(message.lParam));
+            FreeResultBlock(BlockOf(message));
         }
     }
     worker_.reset();
@@ -116,7 +121,7 @@ void DecodeSession::DeliverBlock(const ThreadMessage& message) {
     struct Freer {
         void operator()(ATCommandBlock* block) const { FreeResultBlock(block); }
     };
-    std::unique_ptr<ATCommandBlock, Freer> block(reinterpret_cast<ATCommandBlock*>(message.lParam));
+    std::unique_ptr<ATCommandBlock, Freer> block(BlockOf(message));
     // The head of the last line the unsolicited decoder chose by: a block of
     // its posting is delivered before any later line is read.
     const FormChoice choice{readForm_, worker_->decoder.replyText};

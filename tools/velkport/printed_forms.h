@@ -26,7 +26,7 @@ struct PrintedField {
     std::string_view name;
     PrintedType type;
     uint16_t offset;  // in the block's result payload
-    uint16_t size;    // of a text field
+    uint16_t size;    // of the field in the block
 };
 
 // Two pairs of forms share a result id; what was in force when the block was
@@ -55,13 +55,17 @@ std::span<const PrintedForm> ReportFormTable();
 
 // Table entries: the printed type, the form and its member; the member's name
 // is the printed name unless one is given.
-#define VELK_PRINTED(type, Form, member, name)                                               \
+#define VELK_PRINTED_SIZED(type, Form, member, name, size)                                   \
     ::velk::cli::PrintedField {                                                              \
         name, ::velk::cli::PrintedType::type, static_cast<uint16_t>(offsetof(Form, member)), \
-            static_cast<uint16_t>(sizeof(Form::member))                                      \
+            static_cast<uint16_t>(size)                                                      \
     }
+#define VELK_PRINTED(type, Form, member, name) \
+    VELK_PRINTED_SIZED(type, Form, member, name, sizeof(Form::member))
 #define VELK_P_INT(Form, member) VELK_PRINTED(kInt32, Form, member, #member)
 #define VELK_P_BYTE(Form, member) VELK_PRINTED(kByte, Form, member, #member)
 #define VELK_P_TEXT(Form, member) VELK_PRINTED(kText, Form, member, #member)
-#define VELK_P_WORDS(Form, member) VELK_PRINTED(kWords, Form, member, #member)
 #define VELK_P_UNNAMED(type, Form, member) VELK_PRINTED(type, Form, member, "")
+// The list field is a pointer, read by the printer as one.
+#define VELK_P_WORDS(Form, member) \
+    VELK_PRINTED_SIZED(kWords, Form, member, #member, sizeof(::velk::WordList*))
