@@ -169,9 +169,10 @@ TEST(PhoneModel, FramesWrittenFromAnImagesFirstFrameSetItsCount) {
     PhoneStore store;
     PhoneModel model(store);
     for (int frame = 101; frame < 104; ++frame) {
-        const std::string text = std::string("6040") + std::string(1536, 'a' + (frame - 101));
+        const std::string text =
+            std::string("6040") + std::string(1536, static_cast<char>('a' + frame - 101));
         for (int chunk = 1; chunk <= 13; ++chunk) {
-            const std::string body = text.substr((chunk - 1) * 128, 128);
+            const std::string body = text.substr(static_cast<std::size_t>(chunk - 1) * 128, 128);
             ASSERT_THAT(model.Answer(ChunkCommand("AT+IMGW=" + std::to_string(frame), "Sea", chunk,
                                                   12, 4, "250307", body)),
                         ElementsAre("OK"));

@@ -1,6 +1,8 @@
 #include "phone_sim/phone_simulator.h"
 
 #include <poll.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -135,6 +137,10 @@ void PhoneSimulator::CloseFiles() {
 }
 
 void PhoneSimulator::Serve() {
+    // Signals are for the program that runs the phone, not for its line.
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
     for (;;) {
         {
             std::lock_guard<std::mutex> hold(mutex_);

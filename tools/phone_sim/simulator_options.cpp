@@ -130,7 +130,9 @@ ParseOutcome ParseSimulatorArguments(const std::vector<std::string>& arguments,
             }
             options.refusals.push_back(std::move(refusal));
         } else if (!ReadCount(value, number) || (option != "--seed" && number == 0)) {
-            error = option + " needs a whole number above 0, not " + value;
+            error = option;
+            error += " needs a whole number above 0, not ";
+            error += value;
             return ParseOutcome::kUsageError;
         } else if (option == "--hangup-after") {
             options.hangupAfter = number;
