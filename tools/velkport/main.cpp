@@ -23,9 +23,11 @@ constexpr Subcommand kSubcommands[] = {
 };
 
 void PrintUsage(std::ostream& out) {
+    constexpr std::size_t kNameColumn = 12;
     out << "usage: velkport SUBCOMMAND [OPTIONS]\n\nSubcommands:\n";
     for (const Subcommand& sub : kSubcommands) {
-        out << "  " << sub.name << std::string(12 - sub.name.size(), ' ') << sub.summary << '\n';
+        const std::size_t pad = sub.name.size() < kNameColumn ? kNameColumn - sub.name.size() : 1;
+        out << "  " << sub.name << std::string(pad, ' ') << sub.summary << '\n';
     }
     out << "\nvelkport SUBCOMMAND --help tells more about each.\n";
 }
