@@ -175,6 +175,39 @@ TEST_F(LinkLifecycleTest, StartSendsNothingAndTheEndLeavesNoThreadNorDescriptor)
     EXPECT_EQ(velk_EndThread(), 1) << "a second end does nothing";
 }
 
+struct LineCase {
+    uint32_t baudRate;
+    int32_t softwareFlow;
+    speed_t speed;  // as the line reports it; 0: an arbitrary rate
+};
+
+const LineCase kLines[] = {
+    {9600, 1, B9600},
+    {115200, 0, B115200},
+    {250000, 1, 0},
+};
+
+// The line as the phone's side of the pseudo-terminal sees it while the
+// link stands: raw 8N1 at the rate asked for, with the flow control chosen.
+TEST_F(LinkLifecycleTest, LineIsSetUpAsAskedAndServesAnOperation) {
+    for (const LineCase& c : kLines) {
+        SCOPED_TRACE(c.baudRate);
+        ASSERT_EQ(velk_BeginThread(window.WriteEnd(), kPhonePort, c.baudRate, c.softwareFlow), 1);
+        termios line{};
+        ASSERT_TRUE(phone.LineSettings(line));
+        EXPECT_EQ(line.c_cflag & (CSIZE | PARENB | CSTOPB), static_cast<tcflag_t>(CS8));
+        EXPECT_EQ(line.c_lflag & (ICANON | ECHO | ISIG), 0u);
+        EXPECT_EQ((line.c_iflag & (IXON | IXOFF)) != 0, c.softwareFlow != 0);
+        EXPECT_EQ((line.c_cflag & CRTSCTS) != 0, c.softwareFlow == 0);
+        if (c.speed != 0) {
+            EXPECT_EQ(cfgetospeed(&line), c.speed);
+        }
+        ASSERT_TRUE(Request(velk_ReadMidInfo));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
+        EXPECT_EQ(velk_EndThread(), 1);
+    }
+}
+
 struct HangUpCase {
     const char* what;
     bool writeHeld;  // the worker is blocked in a write when the line goes
