@@ -584,8 +584,17 @@ TEST_F(SimulatedPhone, PacedLineTakesTheWireTimeAndLogsAndStampsEachCommand) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(ReadTone(1), StoreFile("tone-1.txt"));
     const auto took = std::chrono::steady_clock::now() - start;
-    // The tone's 340 characters alone take 177 ms at 19200 baud.
-    EXPECT_GE(took, std::chrono::milliseconds(177));
+    // Every byte of the dialogue, both ways, one after the other: the
+    // commands up to their CR (the LF crosses while the phone answers), the
+    // echoed opening and the tone's three lines.
+    PhoneStore sample;
+    const std::size_t bytes =
+        std::string("AT\rATE0\rAT+RNGR=1\r").size() +
+        std::string("AT\r\n\r\nOK\r\nATE0\r\n\r\nOK\r\n").size() +
+        ReplyBytes(nullptr, PhoneModel(sample).Answer("AT+RNGR=1"), false).size();
+    const auto wire = std::chrono::microseconds(bytes * 10 * 1000000 / 19200);
+    EXPECT_GE(took, wire);
+    EXPECT_LE(took, 2 * wire) << "the pacing must not slow the line down";
     velk_EndThread();
     phone.Stop();
 

@@ -158,9 +158,14 @@ void PhoneSimulator::Serve() {
             wait.tv_sec = static_cast<time_t>(ns.count() / 1'000'000'000);
             wait.tv_nsec = static_cast<long>(ns.count() % 1'000'000'000);
         }
+        // While a paced line still carries a buffer's worth of bytes, the
+        // phone reads no more: the pseudo-terminal fills and the computer's
+        // writes wait, as they would on a real line.
+        const bool room = input_.size() < kReadSize;
         pollfd entries[2] = {
             {wake_, POLLIN, 0},
-            {line_.Master(), static_cast<short>(POLLIN | (waitingForRoom_ ? POLLOUT : 0)), 0}};
+            {line_.Master(),
+             static_cast<short>((room ? POLLIN : 0) | (waitingForRoom_ ? POLLOUT : 0)), 0}};
         if (ppoll(entries, 2, until ? &wait : nullptr, nullptr) < 0 && errno != EINTR) break;
         if ((entries[0].revents & POLLIN) != 0) {
             uint64_t count;
@@ -210,6 +215,8 @@ void PhoneSimulator::TakeInput(Clock::time_point now) {
 }
 
 void PhoneSimulator::OnCommand(const std::string& line, Clock::time_point now) {
+    // A phone ignores an empty command line: it is counted nowhere.
+    if (line.empty()) return;
     unsigned count;
     {
         std::lock_guard<std::mutex> hold(mutex_);
@@ -226,8 +233,6 @@ void PhoneSimulator::OnCommand(const std::string& line, Clock::time_point now) {
         output_.clear();
         return;
     }
-    // A phone ignores an empty command line.
-    if (line.empty()) return;
     Stamp('C', commandStart_);
     if (options_.silent) return;
 

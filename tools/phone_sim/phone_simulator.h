@@ -52,7 +52,7 @@ class PhoneSimulator {
     int EndedDescriptor() const { return ended_; }
     bool Ended() const;
 
-    // Command lines received since Start.
+    // Command lines received since Start, empty ones not counted.
     unsigned CommandCount() const;
     // Runs `look` with the phone's store, between two commands.
     void InspectStore(const std::function<void(const PhoneStore&)>& look) const;
