@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -279,6 +280,58 @@ TEST_F(LinkLifecycleTest, WriteHeldByFlowControlLetsCancelAndEndReturnAtOnce) {
     EXPECT_EQ(ended, 1);
     EXPECT_EQ(phone.ReceivedLines(), Lines{});
     phone.ResumeWrites();
+}
+
+// Every call from several threads at once: requests and fetches on one,
+// cancels, ends and new starts on another, the window read on a third. Nothing
+// may hang or race, and a link started afterwards works as ever.
+TEST_F(LinkLifecycleTest, CallsFromSeveralThreadsAtOnceLeaveAWorkingLibrary) {
+    model.AddImage(2, 10);
+    model.SetFrame(10, "6040" + Pattern(1536, 1));
+    model.SetFrame(11, "6040" + Pattern(1536, 2));
+    model.SetTone(3, {"Tone", Pattern(300, 3)});
+    ASSERT_EQ(Begin(), 1);
+    std::atomic<bool> stop{false};
+    std::thread reader([&] {
+        while (!stop) window.Next(5);
+    });
+    std::thread requests([&] {
+        std::string frames = Pattern(2 * 1536, 4);
+        std::string tone = "abcdef";
+        while (!stop) {
+            velk_ReadMidInfo();
+            velk_ReadMid(3);
+            velk_ReadAnim(1);
+            velk_WriteAnim(
+                AnimRecord{1, 1, {'A'}, 3072, reinterpret_cast<uint8_t*>(frames.data()), 1, 2});
+            velk_WriteMid(MidRecord{3, 1, {'B'}, 6, reinterpret_cast<uint8_t*>(tone.data())});
+            MidInfoRecord* midInfo;
+            MidRecord* mid;
+            AnimInfoRecord* animInfo;
+            AnimRecord* anim;
+            velk_GetMidInfo(&midInfo);
+            velk_GetMidData(&mid);
+            velk_GetAnimInfo(&animInfo);
+            velk_GetAnimData(&anim);
+        }
+    });
+    for (int i = 0; i < 30; ++i) {
+        velk_CancelCurrentAction();
+        std::this_thread::sleep_for(std::chrono::milliseconds(3));
+        if (i % 7 == 0) {
+            velk_EndThread();
+            Begin();
+        }
+    }
+    stop = true;
+    requests.join();
+    reader.join();
+
+    EXPECT_EQ(velk_EndThread(), 1);
+    WindowReader freshWindow;  // nothing left over from the storm
+    ASSERT_EQ(velk_BeginThread(freshWindow.WriteEnd(), kPhonePort, kPhoneBaud, kXonXoff), 1);
+    ASSERT_EQ(velk_ReadMidInfo(), 1);
+    EXPECT_EQ(freshWindow.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
 }
 
 struct ProbeUser {
