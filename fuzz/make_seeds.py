@@ -85,6 +85,10 @@ def line_path_seeds(replies):
     ]
     for k, (ident, lines) in enumerate(own):
         write("line_path", f"transfer_{k:02d}", line_path_input(ident, "", lines))
+    # A line longer than the assembler holds, then a reply that must still
+    # be read.
+    write("line_path", "overlong_line",
+          line_path_input(236, "", ["+RNGI: " + "7" * 9000, '+RNGI: "Bells",3,1,2', "OK"], 200))
 
 
 def builder_seeds():
