@@ -184,6 +184,37 @@ TEST(PhoneModel, FramesWrittenFromAnImagesFirstFrameSetItsCount) {
     EXPECT_EQ(*store.Frame(103), std::string(1536, 'c'));
 }
 
+// What one phone wrote to its directory, the next one started on it holds;
+// a directory whose index cannot be read is refused, not overwritten.
+TEST(PhoneStore, DirectoryKeepsWhatWasWrittenAcrossStarts) {
+    char pattern[] = "/tmp/velk-store-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    const fs::path dir = fs::path(pattern) / "new";
+    std::string error;
+    {
+        PhoneStore store;
+        ASSERT_TRUE(store.Open(dir.string(), error)) << error;
+        ASSERT_TRUE(store.PutTone(9, {"Nine", "0123"}));
+        ASSERT_TRUE(store.PutFrame(1, "Dot", "250100", std::string(1536, 'd')));
+    }
+    PhoneStore again;
+    ASSERT_TRUE(again.Open(dir.string(), error)) << error;
+    ASSERT_NE(again.FindTone(9), nullptr);
+    EXPECT_EQ(again.FindTone(9)->name, "Nine");
+    EXPECT_EQ(again.FindTone(9)->text, "0123");
+    EXPECT_EQ(again.Tones().size(), 4u);
+    EXPECT_EQ(*again.Frame(1), std::string(1536, 'd'));
+    EXPECT_EQ(again.Frame(53)->size(), 1536u);
+    EXPECT_EQ(again.Images()[0].name, "Dot");
+
+    std::ofstream(dir / "index.json") << "{\"tones\": [";
+    PhoneStore broken;
+    EXPECT_FALSE(broken.Open(dir.string(), error));
+    EXPECT_THAT(error, ::testing::HasSubstr("index.json"));
+    EXPECT_EQ(ReadFile(dir / "index.json"), "{\"tones\": [");
+    fs::remove_all(pattern);
+}
+
 TEST(ChunkLine, FieldsAreReadAroundABodyThatMayHoldCommas) {
     EXPECT_EQ(ChunkCheck("abc"), 99);
     EXPECT_EQ(ChunkCheck(""), 0);
@@ -505,6 +536,33 @@ TEST_F(SimulatedPhone, ImageInformationReadAndWriteRoundTrip) {
     EXPECT_EQ(std::string(read->name, read->nameLength), "Anim");
     EXPECT_EQ(read->animParamFirst, 25);
     EXPECT_EQ(read->animParamLast, 5);
+}
+
+// The longest image the library can write, 42 frames, fits the room the
+// phone leaves behind an image's first frame, and reads back whole.
+TEST_F(SimulatedPhone, LongestImageIsWrittenAndReadBack) {
+    Start();
+    ASSERT_THAT(Run(velk_ReadAnimInfo), ElementsAre(VELK_MSG_ANIM_INFO_READ));
+    std::string frames;
+    for (int i = 0; i < 42; ++i) frames += std::string(1536, static_cast<char>('A' + i % 26));
+    AnimRecord image{};
+    image.id = 1;
+    image.size = static_cast<uint16_t>(frames.size());
+    image.data = reinterpret_cast<uint8_t*>(frames.data());
+    image.animParamFirst = 30;
+    Messages expected(42, VELK_MSG_ANIM_WRITE_PROGRESS);
+    expected.push_back(VELK_MSG_ANIM_WRITTEN);
+    EXPECT_EQ(Run([&] { return velk_WriteAnim(image); }), expected);
+    EXPECT_EQ(StoreFile("frame-42.txt"), std::string(1536, 'P'));
+
+    ASSERT_THAT(Run(velk_ReadAnimInfo), ElementsAre(VELK_MSG_ANIM_INFO_READ));
+    AnimRecord* read = ReadImage(1, 42);
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(read->data), read->size), frames);
+    AnimInfoRecord* info = nullptr;
+    ASSERT_EQ(velk_GetAnimInfo(&info), 1);
+    EXPECT_THAT(std::vector<uint16_t>(info->frameRanges, info->frameRanges + 6),
+                ElementsAre(42, 1, 3, 51, 2, 101));
 }
 
 // A misbehaving line: the library still does its job, or ends the operation
