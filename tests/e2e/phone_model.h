@@ -108,9 +108,22 @@ class PhoneModel {
         ignoredAttentions_ = count;
     }
 
+    // The next command that begins with `prefix` is answered "ERROR".
+    void RefuseNext(std::string prefix) {
+        std::lock_guard<std::mutex> hold(mutex_);
+        refusals_.push_back(std::move(prefix));
+    }
+
     // Runs on the phone's thread.
     bool Answer(const std::string& command, std::vector<std::string>& lines) {
         std::lock_guard<std::mutex> hold(mutex_);
+        for (auto it = refusals_.begin(); it != refusals_.end(); ++it) {
+            if (command.rfind(*it, 0) == 0) {
+                refusals_.erase(it);
+                lines = {"ERROR"};
+                return true;
+            }
+        }
         std::vector<std::string> info;
         bool ok = true;
         if (command == "AT" && ignoredAttentions_ > 0) {
@@ -306,6 +319,7 @@ class PhoneModel {
     std::string toneInfoLine_ = "+RNGI: \"Melodies\",12,3,40";
     bool ringBetweenLines_ = false;
     int ignoredAttentions_ = 0;
+    std::vector<std::string> refusals_;
     Collecting toneWrite_;
     Collecting frameWrite_;
 };

@@ -256,6 +256,36 @@ TEST_F(TransferTest, ImageNumberThePhoneDoesNotListEndsAfterTheInformation) {
     }
 }
 
+// A transfer whose information step the phone refuses ends there, and
+// leaves nothing of itself behind: the next information read is only that,
+// and the image table it would have used is gone.
+TEST_F(TransferTest, RefusedInformationStepEndsTheTransferForGood) {
+    std::string frames = Frames(1, 2);
+    const std::function<int32_t()> transfers[] = {
+        [] { return velk_ReadAnim(1); },
+        [&] { return velk_WriteAnim(ImageRecord(1, "Anim", frames)); },
+    };
+    for (const auto& transfer : transfers) {
+        ASSERT_TRUE(Request([] { return velk_ReadAnimInfo(); }));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_ANIM_INFO_READ});
+        model.RefuseNext("AT+IMGINF");
+        ASSERT_TRUE(Request(transfer));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_ANIM_INFO_REFUSED});
+
+        ASSERT_TRUE(Request([] { return velk_ReadMidInfo(); }));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
+        AnimInfoRecord* info = reinterpret_cast<AnimInfoRecord*>(1);
+        EXPECT_EQ(velk_GetAnimInfo(&info), 1);
+        EXPECT_EQ(info, nullptr) << "the refused read released the table";
+
+        const std::size_t before = phone.ReceivedLines().size();
+        ASSERT_TRUE(Request([] { return velk_ReadAnimInfo(); }));
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_ANIM_INFO_READ});
+        EXPECT_TRUE(window.Quiet(50));
+        EXPECT_EQ(LinesFrom(before), (Lines{"AT", "ATE0", "AT+IMGINF"}));
+    }
+}
+
 // A chunk that gets no answer ends the write as timed out; the next write
 // starts again at chunk 1, with all of its tone or image.
 TEST_F(TransferTest, ChunkWithoutAnswerTimesOutAndTheNextWriteStartsAtChunkOne) {
@@ -298,6 +328,12 @@ TEST_F(TransferTest, CancelDuringAnImageWriteIsSilentAndTheRebuiltLinkServes) {
     EXPECT_TRUE(window.Quiet(100)) << "no message follows a cancel";
     EXPECT_EQ(velk_CancelCurrentAction(), 0) << "nothing runs on the rebuilt link";
     EXPECT_EQ(model.FrameAt(10), "6040" + frames.substr(0, kFrame)) << "the phone keeps frame 10";
+    // The restart set the line up again with the rate and flow of the start.
+    termios line{};
+    ASSERT_TRUE(phone.LineSettings(line));
+    EXPECT_EQ(cfgetospeed(&line), static_cast<speed_t>(B115200));
+    EXPECT_NE(line.c_iflag & IXON, 0u);
+    EXPECT_EQ(line.c_cflag & CRTSCTS, 0u);
 
     ASSERT_EQ(velk_ReadMidInfo(), 1);
     EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
