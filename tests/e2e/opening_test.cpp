@@ -95,12 +95,11 @@ TEST_F(OpeningTest, OtherErrorTextToAttentionEndsAsTimedOut) {
     EXPECT_EQ(phone.ReceivedLines(), Lines{"AT"});
 }
 
-// A refusal ends the operation with the message of the command refused.
 struct RefusalCase {
     const char* what;
     const char* command;
     bool isPrefix;
-    const char* reply;
+    std::vector<std::string> reply;
     int32_t (*start)();
     uint32_t message;
 };
@@ -129,18 +128,45 @@ int32_t StartAnimWrite() {
     return velk_WriteAnim(record);
 }
 
+// A refusal ends the operation with the message of the command refused; so
+// does a frame reply that cannot make an image.
 const RefusalCase kRefusals[] = {
-    {"AT refused", "AT", false, "ERROR", StartMidInfo, VELK_MSG_OPENING_REFUSED},
-    {"ATE0 refused", "ATE0", false, "ERROR", StartMidRead, VELK_MSG_OPENING_REFUSED},
-    {"tone information, error with a code", "AT+RNGI", false, "+CME ERROR: 10", StartMidInfo,
+    {"AT refused", "AT", false, {"ERROR"}, StartMidInfo, VELK_MSG_OPENING_REFUSED},
+    {"ATE0 refused", "ATE0", false, {"ERROR"}, StartMidRead, VELK_MSG_OPENING_REFUSED},
+    {"tone information, error with a code",
+     "AT+RNGI",
+     false,
+     {"+CME ERROR: 10"},
+     StartMidInfo,
      VELK_MSG_MID_INFO_REFUSED},
-    {"tone read", "AT+RNGR=", true, "ERROR", StartMidRead, VELK_MSG_MID_READ_REFUSED},
-    {"tone write", "AT+RNGW=", true, "ERROR", StartMidWrite, VELK_MSG_MID_WRITE_REFUSED},
-    {"image information", "AT+IMGINF", false, "ERROR", StartAnimInfo, VELK_MSG_ANIM_INFO_REFUSED},
-    {"image information before a read", "AT+IMGINF", false, "+CME ERROR: 3", StartAnimRead,
+    {"tone read", "AT+RNGR=", true, {"ERROR"}, StartMidRead, VELK_MSG_MID_READ_REFUSED},
+    {"tone write", "AT+RNGW=", true, {"ERROR"}, StartMidWrite, VELK_MSG_MID_WRITE_REFUSED},
+    {"image information", "AT+IMGINF", false, {"ERROR"}, StartAnimInfo, VELK_MSG_ANIM_INFO_REFUSED},
+    {"image information before a read",
+     "AT+IMGINF",
+     false,
+     {"+CME ERROR: 3"},
+     StartAnimRead,
      VELK_MSG_ANIM_INFO_REFUSED},
-    {"frame read", "AT+IMGR=", true, "ERROR", StartAnimRead, VELK_MSG_ANIM_READ_REFUSED},
-    {"frame write", "AT+IMGW=", true, "+CME ERROR: 4", StartAnimWrite, VELK_MSG_ANIM_WRITE_REFUSED},
+    {"frame read", "AT+IMGR=", true, {"ERROR"}, StartAnimRead, VELK_MSG_ANIM_READ_REFUSED},
+    {"frame reply without the image's start",
+     "AT+IMGR=",
+     true,
+     {"+IMGR: 20,\"Sun\",2,2,,,\"250310\",\"abc\",1", "OK"},
+     StartAnimRead,
+     VELK_MSG_ANIM_READ_REFUSED},
+    {"frame reply whose image parameter is not three numbers",
+     "AT+IMGR=",
+     true,
+     {"+IMGR: 20,\"Sun\",1,1,0,7,\"2503\",\"6040abc\",1", "OK"},
+     StartAnimRead,
+     VELK_MSG_ANIM_READ_REFUSED},
+    {"frame write",
+     "AT+IMGW=",
+     true,
+     {"+CME ERROR: 4"},
+     StartAnimWrite,
+     VELK_MSG_ANIM_WRITE_REFUSED},
 };
 
 TEST_F(OpeningTest, EveryRefusalEndsTheOperationWithItsMessage) {
@@ -151,7 +177,7 @@ TEST_F(OpeningTest, EveryRefusalEndsTheOperationWithItsMessage) {
         freshModel.Attach(freshPhone);
         freshModel.AddImage(1, 20);
         freshModel.SetFrame(20, "6040" + Pattern(1536, 2));
-        freshPhone.AddRule({c.command, c.isPrefix, PhoneAction::kReply, {c.reply}, 0});
+        freshPhone.AddRule({c.command, c.isPrefix, PhoneAction::kReply, c.reply, 0});
         ASSERT_EQ(velk_SetPortDevice(kPhonePort, freshPhone.DevicePath().c_str()), 1);
         ASSERT_EQ(Begin(), 1);
 
