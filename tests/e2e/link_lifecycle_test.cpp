@@ -334,6 +334,20 @@ TEST_F(LinkLifecycleTest, CallsFromSeveralThreadsAtOnceLeaveAWorkingLibrary) {
     EXPECT_EQ(freshWindow.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
 }
 
+// The application stops reading its window: the messages are dropped, the
+// process gets no SIGPIPE, and the operations go on.
+TEST_F(LinkLifecycleTest, WindowWithoutReaderDropsMessagesAndTheLinkGoesOn) {
+    ASSERT_EQ(Begin(), 1);
+    window.CloseReadEnd();
+    ASSERT_EQ(velk_ReadMidInfo(), 1);
+    ASSERT_TRUE(phone.WaitForLines(3, std::chrono::seconds(3)));
+    ASSERT_TRUE(Request(velk_ReadMidInfo)) << "the first operation ended";
+    ASSERT_TRUE(phone.WaitForLines(6, std::chrono::seconds(3)));
+    EXPECT_EQ(phone.ReceivedLines(), (Lines{"AT", "ATE0", "AT+RNGI", "AT", "ATE0", "AT+RNGI"}));
+    MidInfoRecord* info = nullptr;
+    EXPECT_TRUE(Eventually([&] { return velk_GetMidInfo(&info) == 1; }));
+}
+
 struct ProbeUser {
     const char* what;
     const char* user;  // null: the same user as this process
