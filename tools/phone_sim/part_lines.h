@@ -4,13 +4,13 @@
 //   +RNGR: <slot>,"<name>",<part>,<parts>,<high>,<low>,"<text>",<check>
 //   +IMGR: <frame>,"<name>",<part>,<parts>,<high>,<low>,<param>,"<text>",<check>
 //
-// A text of up to 128 characters goes as one line with part 255, its
-// length in <high> and <low> left empty. A longer one goes as parts 1, 2, ...
-// of <parts>; the first states the size as high times 128 plus low, the
-// later ones leave both empty. <check> is each part's own check value. A
-// frame's text on the line is its four-character head "6040" and its
-// characters; <param> is the frame's parameter digits when they are six,
-// and is left empty otherwise.
+// A text of up to 128 characters goes as one line with part 255: its
+// length stands in place of <high>, and <low> is left empty. A longer one
+// goes as parts 1, 2, ... of <parts>; the first states the size as high
+// times 128 plus low, the later ones leave both empty. <check> is each
+// part's own check value. A frame's text on the line is its four-character
+// head "6040" and its characters; <param> is the image's parameter digits
+// in quotes when they are six, and is left empty otherwise.
 #pragma once
 
 #include <string>
