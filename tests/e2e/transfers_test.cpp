@@ -143,6 +143,31 @@ TEST_F(TransferTest, ToneReadReturnsExactlyWhatThePhoneHolds) {
     EXPECT_EQ(tone->size, 0);
 }
 
+// The tone's text ends at a zero byte; its size still gives the number of
+// chunks, so the chunks behind the text go out empty.
+TEST_F(TransferTest, ToneWithAZeroByteSendsOnlyTheTextBeforeIt) {
+    phone.ReplyToPrefix("AT+RNGW=", {"OK"});
+    std::string body = Pattern(261, 6);
+    body[100] = '\0';
+    ASSERT_EQ(velk_WriteMid(ToneRecord(4, "Tune", body)), 1);
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_WRITTEN});
+    EXPECT_EQ(LinesFrom(2), (Lines{ToneChunk(1, "2,5", body.substr(0, 100)), ToneChunk(2, ",", ""),
+                                   ToneChunk(3, ",", "")}));
+}
+
+// A reply that states more than it brings: the tone is what came.
+TEST_F(TransferTest, ToneReplyShorterThanItsStatedSizeGivesWhatCame) {
+    const std::string part = Pattern(128, 8);
+    phone.ReplyToPrefix(
+        "AT+RNGR=",
+        {"+RNGR: 2,\"Short\",1,3,2,44,\"" + part + "\"," + std::to_string(LineCheck(part)), "OK"});
+    ASSERT_EQ(velk_ReadMid(2), 1);
+    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_READ});
+    MidRecord* tone = nullptr;
+    ASSERT_EQ(velk_GetMidData(&tone), 1);
+    EXPECT_EQ(Text(tone->data, tone->size), part);
+}
+
 // Up to the largest tone a write takes, with a name that fills its field.
 TEST_F(TransferTest, ToneWrittenThenReadComesBackTheSame) {
     for (const std::size_t size : {700u, 32511u}) {
