@@ -82,6 +82,7 @@ TEST(PhoneModel, AnswersEachCommandAsAPhoneDoes) {
          {"+CPBR: 199,\"+49305550199\",145,\"Contact 199\"",
           "+CPBR: 200,\"+49305550200\",145,\"Contact 200\"", "OK"}},
         {"AT+CPBR=251", {"+CME ERROR: 21"}},
+        {"AT+CPBW=?", {"+CPBW: (1-250),40,(129,145),16", "OK"}},
         {"AT+CPBS=\"XX\"", {"+CME ERROR: 3"}},
         {"AT+CPBS=\"ME\"", {"OK"}},
         {"AT+CPBR=1", {"+CPBR: 1,\"01725550001\",129,\"Office 001\"", "OK"}},

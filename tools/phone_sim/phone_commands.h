@@ -26,6 +26,8 @@ void PhonebookStorageQuery(PhoneState&, std::string_view, Reply&);
 void PhonebookStorageChoose(PhoneState&, std::string_view, Reply&);
 void PhonebookReadRange(PhoneState&, std::string_view, Reply&);
 void PhonebookRead(PhoneState&, std::string_view, Reply&);
+void PhonebookWriteRange(PhoneState&, std::string_view, Reply&);
+void PhonebookFindRange(PhoneState&, std::string_view, Reply&);
 
 // transfer_commands.cpp: ring tones and images.
 void ToneInfo(PhoneState&, std::string_view, Reply&);

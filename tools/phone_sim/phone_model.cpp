@@ -24,6 +24,10 @@ constexpr CommandRow kCommands[] = {
     {"ATV1", false, AnswerOk},
     {"ATQ0", false, AnswerOk},
     {"AT+CMEE=", true, AnswerOk},
+    // Power on and the message format: taken, as a phone that is on and
+    // speaks PDU mode would take them.
+    {"AT+CFUN=", true, AnswerOk},
+    {"AT+CMGF=", true, AnswerOk},
     {"ATI", false, Model},
     {"AT+CGMI", false, Manufacturer},
     {"AT+CGMM", false, Model},
@@ -39,6 +43,8 @@ constexpr CommandRow kCommands[] = {
     {"AT+CPBS=", true, PhonebookStorageChoose},
     {"AT+CPBR=?", false, PhonebookReadRange},
     {"AT+CPBR=", true, PhonebookRead},
+    {"AT+CPBW=?", false, PhonebookWriteRange},
+    {"AT+CPBF=?", false, PhonebookFindRange},
     {"AT+RNGI", false, ToneInfo},
     {"AT+RNGR=", true, ToneRead},
     {"AT+RNGW=", true, ToneWrite},

@@ -50,6 +50,18 @@ void PhonebookReadRange(PhoneState& state, std::string_view, Reply& reply) {
              kOk};
 }
 
+// +CPBW: (1-<size>),<number length>,(129,145),<text length>
+void PhonebookWriteRange(PhoneState& state, std::string_view, Reply& reply) {
+    reply = {"+CPBW: (1-" + std::to_string(Current(state).size) + ")," +
+                 std::to_string(kNumberLength) + ",(129,145)," + std::to_string(kTextLength),
+             kOk};
+}
+
+// +CPBF: <number length>,<text length>
+void PhonebookFindRange(PhoneState&, std::string_view, Reply& reply) {
+    reply = {"+CPBF: " + std::to_string(kNumberLength) + ',' + std::to_string(kTextLength), kOk};
+}
+
 // AT+CPBR=<first>[,<last>], answered with one line per filled location:
 // +CPBR: <index>,"<number>",<type>,"<text>"
 void PhonebookRead(PhoneState& state, std::string_view arguments, Reply& reply) {
