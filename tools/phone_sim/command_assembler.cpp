@@ -14,6 +14,9 @@ CommandAssembler::Step CommandAssembler::Feed(char byte) {
         step.flow = byte == kXoff ? Flow::kStop : Flow::kGo;
         return step;
     }
+    // A phone drops NUL bytes of a command line, as some programs send one
+    // before the line's CR.
+    if (byte == '\0') return step;
     const bool afterCr = lastWasCr_;
     lastWasCr_ = byte == '\r';
     if (byte == '\n' && afterCr) return step;

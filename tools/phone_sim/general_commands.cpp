@@ -64,6 +64,11 @@ void BatteryCharge(PhoneState&, std::string_view, Reply& reply) {
     reply = {"+CBC: 0,85", kOk};
 }
 
+// +CSMS: <service>,<mobile terminated>,<mobile originated>,<broadcast>
+void MessageService(PhoneState&, std::string_view, Reply& reply) {
+    reply = {"+CSMS: 0,1,1,1", kOk};
+}
+
 // +CSCS: "<set>"
 void CharacterSetQuery(PhoneState& state, std::string_view, Reply& reply) {
     reply = {"+CSCS: \"" + state.characterSet + "\"", kOk};

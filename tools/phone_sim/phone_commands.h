@@ -16,6 +16,7 @@ void Revision(PhoneState&, std::string_view, Reply&);
 void SerialNumber(PhoneState&, std::string_view, Reply&);
 void SignalQuality(PhoneState&, std::string_view, Reply&);
 void BatteryCharge(PhoneState&, std::string_view, Reply&);
+void MessageService(PhoneState&, std::string_view, Reply&);
 void CharacterSetQuery(PhoneState&, std::string_view, Reply&);
 void CharacterSetList(PhoneState&, std::string_view, Reply&);
 void CharacterSetChoose(PhoneState&, std::string_view, Reply&);

@@ -28,6 +28,7 @@ constexpr CommandRow kCommands[] = {
     // speaks PDU mode would take them.
     {"AT+CFUN=", true, AnswerOk},
     {"AT+CMGF=", true, AnswerOk},
+    {"AT+CSMS?", false, MessageService},
     {"ATI", false, Model},
     {"AT+CGMI", false, Manufacturer},
     {"AT+CGMM", false, Model},

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <optional>
+#include <system_error>
 
 namespace velk::phonesim {
 namespace {
@@ -92,7 +93,11 @@ bool PhoneSimulator::Start(const SimulatorOptions& options, std::string* error) 
     random_.seed(options_.seed != 0
                      ? options_.seed
                      : static_cast<uint32_t>(Clock::now().time_since_epoch().count()));
-    thread_ = std::thread(&PhoneSimulator::Serve, this);
+    try {
+        thread_ = std::thread(&PhoneSimulator::Serve, this);
+    } catch (const std::system_error& failure) {
+        return fail(std::string("cannot start the phone's thread: ") + failure.what());
+    }
     return true;
 }
 

@@ -55,13 +55,13 @@ PhoneStore::PhoneStore() {
 bool PhoneStore::Open(const std::string& dir, std::string& error) {
     std::error_code failure;
     fs::create_directories(dir, failure);
-    if (failure || !fs::is_directory(dir)) {
+    if (failure || !fs::is_directory(dir, failure)) {
         error = "cannot create the store directory " + dir +
                 (failure ? ": " + failure.message() : std::string());
         return false;
     }
     dir_ = dir;
-    if (fs::exists(fs::path(dir_) / kIndexFile)) return Load(error);
+    if (fs::exists(fs::path(dir_) / kIndexFile, failure)) return Load(error);
     return SaveAll(error);
 }
 
@@ -89,10 +89,13 @@ bool PhoneStore::Load(std::string& error) {
     }
     std::map<int, std::string> frames;
     std::error_code failure;
-    for (const fs::directory_entry& entry : fs::directory_iterator(dir, failure)) {
-        const int number = FrameNumberOf(entry.path().filename().string());
-        if (number != 0 && !ReadText(entry.path(), frames[number])) {
-            error = "cannot read " + entry.path().string();
+    // Stepped with an error code: a directory that changes under the phone
+    // must not throw out of it.
+    for (fs::directory_iterator entry(dir, failure), end; !failure && entry != end;
+         entry.increment(failure)) {
+        const int number = FrameNumberOf(entry->path().filename().string());
+        if (number != 0 && !ReadText(entry->path(), frames[number])) {
+            error = "cannot read " + entry->path().string();
             return false;
         }
     }
