@@ -6,10 +6,12 @@
 // The other process is this test program again, started with a filter that
 // runs only ChildProcess.DISABLED_Role, which reads its role from the
 // environment and ends with an exit code that the parent checks.
+#include <dirent.h>
 #include <fcntl.h>
 #include <grp.h>
 #include <poll.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,7 +19,10 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <future>
+#include <iterator>
+#include <sstream>
 
 #include "e2e_link.h"
 #include "support/process_resources.h"
@@ -69,6 +74,27 @@ int RunChild(const char* role, const std::string& device, const char* user = nul
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Threads of this process that run one nice step below the calling one.
+std::size_t ThreadsOneStepLower() {
+    const int own = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
+    std::size_t count = 0;
+    DIR* tasks = opendir("/proc/self/task");
+    if (tasks == nullptr) return 0;
+    while (const dirent* task = readdir(tasks)) {
+        if (task->d_name[0] == '.') continue;
+        std::ifstream stat(std::string("/proc/self/task/") + task->d_name + "/stat");
+        std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+        // After the name in brackets: state, then 15 more fields, then nice.
+        std::istringstream fields(text.substr(text.rfind(')') + 1));
+        std::string field;
+        for (int i = 0; i < 17 && fields >> field; ++i) {
+        }
+        if (!field.empty() && std::stoi(field) == own + 1) ++count;
+    }
+    closedir(tasks);
+    return count;
 }
 
 bool IsRoot() {
@@ -167,6 +193,7 @@ TEST_F(LinkLifecycleTest, StartSendsNothingAndTheEndLeavesNoThreadNorDescriptor)
     ASSERT_EQ(Begin(), 1);
     EXPECT_TRUE(window.Quiet(50));
     EXPECT_EQ(phone.ReceivedBytes(), "");
+    EXPECT_GE(ThreadsOneStepLower(), 3u) << "transfer thread, worker and serial reader";
 
     ASSERT_EQ(velk_ReadMidInfo(), 1);
     EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
