@@ -133,7 +133,7 @@ def transfer_seeds():
     write("transfer", "image_read", bytes([4, 1]) + opening + group(DONE | 1, image_info)
           + opening + group(DONE | 1, image_part) + ok)
     write("transfer", "image_write", bytes([5, 1, 3]) + b"Cat".ljust(10, b"\0") + bytes([25, 10, 0])
-          + bytes([0, 0]) + opening + group(DONE | 1, image_info) + opening + ok * 14)
+          + bytes([6, 0]) + opening + group(DONE | 1, image_info) + opening + ok * 14)
     write("transfer", "opening_refused", bytes([0]) + group(ERROR))
     write("transfer", "opening_error_text", bytes([0]) + group(ERROR_TEXT) + bytes([13]) + b"+CME ERROR: 4")
     write("transfer", "opening_retries", bytes([3]) + group(TIMED_OUT) * 2 + opening

@@ -189,7 +189,8 @@ class TransferRun {
                 record.nameLength = in_.Byte() % 12;
                 in_.Fill(record.name, sizeof record.name);
                 std::string data = in_.ShortText(255);
-                data.resize(in_.Word() % 1200 + data.size(), 'A');
+                // Up to just past the largest tone a write takes.
+                data.resize(std::max<std::size_t>(data.size(), in_.Word() % 32600), 'A');
                 record.size = static_cast<uint16_t>(data.size());
                 record.data = reinterpret_cast<uint8_t*>(data.data());
                 return transfer_.RequestMidWrite(record);
@@ -206,7 +207,7 @@ class TransferRun {
                 record.animParamFirst = in_.Byte();
                 record.animParamLast = in_.Byte();
                 std::string data = in_.ShortText(255);
-                data.resize(1536 + in_.Word() % 3200, 'B');
+                data.resize(std::max<std::size_t>(data.size(), in_.Word()), 'B');
                 record.size = static_cast<uint16_t>(data.size());
                 record.data = reinterpret_cast<uint8_t*>(data.data());
                 return transfer_.RequestAnimWrite(record);
