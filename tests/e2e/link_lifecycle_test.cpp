@@ -55,6 +55,7 @@ int RunChild(const char* role, const std::string& device, const char* user = nul
     variables.push_back(std::string(kDeviceVariable) + "=" + device);
     if (user != nullptr) variables.push_back(std::string(kUserVariable) + "=" + user);
     std::vector<char*> envp;
+    envp.reserve(variables.size() + 1);
     for (std::string& v : variables) envp.push_back(v.data());
     envp.push_back(nullptr);
     char program[] = "/proc/self/exe";
@@ -103,34 +104,44 @@ bool IsRoot() {
 
 // ---- the child's side --------------------------------------------------
 
-// The next window message of the child's own pipe, 0 when none came.
-uint32_t ChildNextMessage(int readFd, int timeoutMs = 5000) {
-    pollfd entry{readFd, POLLIN, 0};
-    if (poll(&entry, 1, timeoutMs) != 1) return 0;
+// The child's window: a pipe of its own.
+struct ChildWindow {
+    int readFd = -1;
+    int writeFd = -1;
+};
+
+// The next window message of the child's window, 0 when none came in time.
+uint32_t ChildNextMessage(const ChildWindow& window) {
+    pollfd entry{window.readFd, POLLIN, 0};
+    if (poll(&entry, 1, 5000) != 1) return 0;
     VelkWindowMessage message{};
-    return read(readFd, &message, sizeof message) == sizeof message ? message.message : 0;
+    return read(window.readFd, &message, sizeof message) == sizeof message ? message.message : 0;
 }
 
 // Opens a link as an ordinary user: an operation, a close and a new start
 // on the same device, then a cancel, whose restart opens it once more.
-int RunSession(int window, int readFd) {
-    if (velk_BeginThread(window, kPhonePort, kPhoneBaud, kXonXoff) != 1) return 10;
+int RunSession(const ChildWindow& window) {
+    if (velk_BeginThread(window.writeFd, kPhonePort, kPhoneBaud, kXonXoff) != 1) return 10;
     if (velk_ReadMidInfo() != 1) return 11;
-    if (ChildNextMessage(readFd) != VELK_MSG_MID_INFO_READ) return 12;
+    if (ChildNextMessage(window) != VELK_MSG_MID_INFO_READ) return 12;
     MidInfoRecord* info = nullptr;
     if (velk_GetMidInfo(&info) != 1 || std::strcmp(info->name, "Melodies") != 0) return 13;
     velk_EndThread();
-    if (velk_BeginThread(window, kPhonePort, kPhoneBaud, kXonXoff) != 1) return 14;
+    if (velk_BeginThread(window.writeFd, kPhonePort, kPhoneBaud, kXonXoff) != 1) return 14;
     uint8_t body[] = "held";
     if (velk_WriteMid(MidRecord{9, 4, {'H', 'o', 'l', 'd'}, 4, body}) != 1) return 15;
     if (velk_CancelCurrentAction() != 1) return 16;
     if (velk_ReadMidInfo() != 1) return 17;
-    if (ChildNextMessage(readFd) != VELK_MSG_MID_INFO_READ) return 18;
+    if (ChildNextMessage(window) != VELK_MSG_MID_INFO_READ) return 18;
     velk_EndThread();
     return kChildDone;
 }
 
-int RunRole(const std::string& role, const char* device, const char* user) {
+// The role that the environment names, on its device, as its user.
+int RunRole() {
+    const std::string role = std::getenv(kRoleVariable);
+    const char* device = std::getenv(kDeviceVariable);
+    const char* user = std::getenv(kUserVariable);
     if (user != nullptr) {
         const passwd* account = getpwnam(user);
         if (account == nullptr) return kChildNoUser;
@@ -141,22 +152,23 @@ int RunRole(const std::string& role, const char* device, const char* user) {
     }
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0) return kChildNoPipe;
+    const ChildWindow window{fds[0], fds[1]};
     velk_SetPortDevice(kPhonePort, device);
     if (role == "probe") {
-        const int32_t started = velk_BeginThread(fds[1], kPhonePort, kPhoneBaud, kXonXoff);
+        const int32_t started = velk_BeginThread(window.writeFd, kPhonePort, kPhoneBaud, kXonXoff);
         velk_EndThread();
         return started;
     }
-    if (role == "session") return RunSession(fds[1], fds[0]);
+    if (role == "session") return RunSession(window);
     return kChildBadRole;
 }
 
 // Not a test of its own: the body of the child processes started above.
 TEST(ChildProcess, DISABLED_Role) {
-    const char* role = std::getenv(kRoleVariable);
-    const char* device = std::getenv(kDeviceVariable);
-    if (role == nullptr || device == nullptr) GTEST_SKIP() << "runs only as a child";
-    _exit(RunRole(role, device, std::getenv(kUserVariable)));
+    if (std::getenv(kRoleVariable) == nullptr || std::getenv(kDeviceVariable) == nullptr) {
+        GTEST_SKIP() << "runs only as a child";
+    }
+    _exit(RunRole());
 }
 
 // ---- the tests -----------------------------------------------------------
@@ -331,7 +343,7 @@ TEST_F(LinkLifecycleTest, CallsFromSeveralThreadsAtOnceLeaveAWorkingLibrary) {
         while (!stop) window.Next(5);
     });
     std::thread requests([&] {
-        std::string frames = Pattern(2 * 1536, 4);
+        std::string frames = Pattern(std::size_t{2} * 1536, 4);
         std::string tone = "abcdef";
         while (!stop) {
             velk_ReadMidInfo();

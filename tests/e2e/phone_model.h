@@ -30,10 +30,12 @@ inline uint8_t LineCheck(const std::string& text) {
 
 // `count` characters of a pattern that differs with `seed`: letters and
 // digits only, so that nothing in it is a separator of the line.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): a length, then a seed
 inline std::string Pattern(std::size_t count, unsigned seed) {
     static const char kChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    const std::size_t offset = std::size_t{seed} * 13;
     std::string text(count, ' ');
-    for (std::size_t i = 0; i < count; ++i) text[i] = kChars[(i * 7 + seed * 13 + i / 62) % 62];
+    for (std::size_t i = 0; i < count; ++i) text[i] = kChars[(i * 7 + offset + i / 62) % 62];
     return text;
 }
 
@@ -195,6 +197,35 @@ class PhoneModel {
         return fields;
     }
 
+    // How the part lines of one reply begin, and what stands between the
+    // sizes and the text.
+    struct PartForm {
+        std::string head;  // up to the part number
+        std::string extra;
+    };
+
+    // The text in parts of 128: part 1 states the size as whole parts of 128
+    // and the rest; the others leave both empty.
+    static void PartLines(const PartForm& form, const std::string& text,
+                          std::vector<std::string>& info) {
+        const std::size_t parts = (text.size() + kPartChars - 1) / kPartChars;
+        for (std::size_t part = 1; part <= parts; ++part) {
+            const std::string piece = text.substr((part - 1) * kPartChars, kPartChars);
+            std::string line = form.head;
+            line += std::to_string(part) + "," + std::to_string(parts) + ",";
+            if (part == 1) {
+                line += std::to_string(text.size() / 128) + "," +
+                        std::to_string(text.size() % 128) + ",";
+            } else {
+                line += ",,";
+            }
+            line += form.extra;
+            line += "\"" + piece + "\",";
+            line += std::to_string(LineCheck(piece));
+            info.push_back(std::move(line));
+        }
+    }
+
     // +RNGR: <slot>,"<name>",255,1,<length>,,"<text>",<check>          one part
     // +RNGR: <slot>,"<name>",1,<parts>,<size/128>,<size%128>,"<text>",<check>
     // +RNGR: <slot>,"<name>",<part>,<parts>,,,"<text>",<check>
@@ -204,31 +235,36 @@ class PhoneModel {
         auto it = tones_.find(static_cast<uint8_t>(slot));
         if (it == tones_.end()) return true;
         const Tone& tone = it->second;
-        const std::string head = "+RNGR: " + std::to_string(slot) + ",\"" + tone.name + "\",";
-        if (tone.body.size() <= kPartChars) {
-            info.push_back(head + "255,1," + std::to_string(tone.body.size()) + ",,\"" + tone.body +
-                           "\"," + std::to_string(LineCheck(tone.body)));
+        std::string head = "+RNGR: " + std::to_string(slot);
+        head += ",\"" + tone.name + "\",";
+        if (tone.body.size() > kPartChars) {
+            PartLines({head, ""}, tone.body, info);
             return true;
         }
-        const std::size_t parts = (tone.body.size() + kPartChars - 1) / kPartChars;
-        for (std::size_t part = 1; part <= parts; ++part) {
-            const std::string text = tone.body.substr((part - 1) * kPartChars, kPartChars);
-            std::string sizes = ",,";
-            if (part == 1) {
-                sizes = std::to_string(tone.body.size() / 128) + "," +
-                        std::to_string(tone.body.size() % 128) + ",";
-            }
-            info.push_back(head + std::to_string(part) + "," + std::to_string(parts) + "," + sizes +
-                           "\"" + text + "\"," + std::to_string(LineCheck(text)));
-        }
+        std::string line = head;
+        line += "255,1," + std::to_string(tone.body.size()) + ",,";
+        line += "\"" + tone.body + "\",";
+        line += std::to_string(LineCheck(tone.body));
+        info.push_back(std::move(line));
         return true;
     }
+
+    // One chunk line of a write, cut into its fields.
+    struct ChunkLine {
+        std::string name;
+        std::string chunk;
+        std::string count;
+        std::string rest;
+        std::string animParam;
+        std::string body;
+        std::string check;
+    };
 
     // <slot>,"<name>",2,1,<chunk>,<count>,<rest>,<body>,<check>
     bool TakeToneChunk(const std::vector<std::string>& f) {
         if (f.size() != 9 || f[2] != "2" || f[3] != "1") return false;
         return TakeChunk(
-            toneWrite_, f[1], f[4], f[5], f[6], f[7], f[8], std::string(), [&](Collecting& done) {
+            toneWrite_, {f[1], f[4], f[5], f[6], std::string(), f[7], f[8]}, [&](Collecting& done) {
                 tones_[static_cast<uint8_t>(Number(f[0]))] = {Unquoted(done.name), done.text};
             });
     }
@@ -238,7 +274,7 @@ class PhoneModel {
         if (f.size() != 10 || f[2] != "2" || f[3] != "1") return false;
         const int frame = Number(f[0]);
         if (frame < 0) return false;
-        return TakeChunk(frameWrite_, f[1], f[4], f[5], f[6], f[8], f[9], f[7],
+        return TakeChunk(frameWrite_, {f[1], f[4], f[5], f[6], f[7], f[8], f[9]},
                          [&](Collecting& done) {
                              frames_[static_cast<uint8_t>(frame)] = done.text;
                              animParams_[static_cast<uint8_t>(frame)] = done.animParam;
@@ -248,28 +284,29 @@ class PhoneModel {
     // Chunk 1 opens a tone or frame with its size as whole chunks and rest;
     // the others follow in order; the chunk after the whole ones ends it.
     template <typename Commit>
-    static bool TakeChunk(Collecting& c, const std::string& name, const std::string& chunk,
-                          const std::string& count, const std::string& rest,
-                          const std::string& body, const std::string& check,
-                          const std::string& animParam, Commit commit) {
-        const int index = Number(chunk);
+    static bool TakeChunk(Collecting& c, const ChunkLine& line, Commit commit) {
+        const int index = Number(line.chunk);
         if (index == 1) {
-            const int whole = Number(count);
-            const int part = Number(rest);
+            const int whole = Number(line.count);
+            const int part = Number(line.rest);
             if (whole < 0 || part < 0) return false;
-            c = Collecting{
-                true,          name,     1, whole + 1, static_cast<std::size_t>(whole * 128 + part),
-                std::string(), animParam};
-        } else if (!c.active || !count.empty() || !rest.empty() || name != c.name) {
+            c = Collecting{true,
+                           line.name,
+                           1,
+                           whole + 1,
+                           static_cast<std::size_t>(whole) * 128 + static_cast<std::size_t>(part),
+                           std::string(),
+                           line.animParam};
+        } else if (!c.active || !line.count.empty() || !line.rest.empty() || line.name != c.name) {
             c.active = false;
             return false;
         }
-        if (index != c.nextChunk || Number(check) != LineCheck(body) || body.size() > kPartChars ||
-            animParam != c.animParam) {
+        if (index != c.nextChunk || Number(line.check) != LineCheck(line.body) ||
+            line.body.size() > kPartChars || line.animParam != c.animParam) {
             c.active = false;
             return false;
         }
-        c.text += body;
+        c.text += line.body;
         ++c.nextChunk;
         if (index == c.chunks) {
             c.active = false;
@@ -294,19 +331,9 @@ class PhoneModel {
         if (frame < 0) return false;
         auto it = frames_.find(static_cast<uint8_t>(frame));
         if (it == frames_.end()) return false;
-        const std::string& text = it->second;
-        const std::size_t parts = (text.size() + kPartChars - 1) / kPartChars;
-        for (std::size_t part = 1; part <= parts; ++part) {
-            const std::string piece = text.substr((part - 1) * kPartChars, kPartChars);
-            std::string sizes = ",,";
-            if (part == 1) {
-                sizes = std::to_string(text.size() / 128) + "," +
-                        std::to_string(text.size() % 128) + ",";
-            }
-            info.push_back("+IMGR: " + std::to_string(frame) + ",\"" + imageName_ + "\"," +
-                           std::to_string(part) + "," + std::to_string(parts) + "," + sizes +
-                           "\"250310\",\"" + piece + "\"," + std::to_string(LineCheck(piece)));
-        }
+        std::string head = "+IMGR: " + std::to_string(frame);
+        head += ",\"" + imageName_ + "\",";
+        PartLines({head, "\"250310\","}, it->second, info);
         return true;
     }
 

@@ -68,6 +68,7 @@ class TransferTest : public PhoneLinkTest {
         clock.Advance(10050);
     }
 
+    // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): frames, then their pattern
     static std::string Frames(std::size_t count, unsigned seed) {
         std::string frames;
         for (std::size_t i = 0; i < count; ++i) frames += Pattern(kFrame, seed + i);
@@ -214,10 +215,12 @@ TEST_F(TransferTest, ImageWriteSendsThirteenChunksAFrameFromTheImagesFirstFrame)
             for (std::size_t chunk = 1; chunk <= 13; ++chunk) {
                 const std::string body = onLine.substr((chunk - 1) * 128, 128);
                 const std::string sizes = chunk == 1 ? "12,4" : ",";
-                EXPECT_EQ(lines[5 + f * 13 + chunk - 1],
-                          "AT+IMGW=" + frame + ",\"Anim\",2,1," + std::to_string(chunk) + "," +
-                              sizes + ",\"25" + "0" + std::to_string(c.frames) + "04\"," + body +
-                              "," + std::to_string(LineCheck(body)))
+                std::string expected = "AT+IMGW=" + frame;
+                expected += ",\"Anim\",2,1," + std::to_string(chunk) + "," + sizes;
+                // animParam: 25, the image's frame count in two digits, 04
+                expected += ",\"250" + std::to_string(c.frames) + "04\",";
+                expected += body + "," + std::to_string(LineCheck(body));
+                EXPECT_EQ(lines[5 + f * 13 + chunk - 1], expected)
                     << "frame " << frame << " chunk " << chunk;
             }
             EXPECT_EQ(model.FrameAt(static_cast<uint8_t>(10 + f)), onLine);
