@@ -1,5 +1,9 @@
-// velkport: the library's command-line program. The first argument names a
-// subcommand; everything behind it belongs to that subcommand.
+// velkport: the library's command-line program. The first argument that is
+// no link option names a subcommand; the link options in front of it
+// (--device, --port, --baud, --flow, --simulate, --progress) go to the
+// transfer subcommands as if given behind it.
+#include <unistd.h>
+
 #include <iostream>
 #include <span>
 #include <string>
@@ -8,6 +12,8 @@
 
 #include "velkport/command_io.h"
 #include "velkport/decode_command.h"
+#include "velkport/link_options.h"
+#include "velkport/transfer_commands.h"
 
 namespace velk::cli {
 namespace {
@@ -19,20 +25,36 @@ struct Subcommand {
 };
 
 constexpr Subcommand kSubcommands[] = {
+    {"tones", "print the phone's ring-tone information (and its tones)", &RunTones},
+    {"tone-get", "read a ring tone into a file", &RunToneGet},
+    {"tone-put", "write a ring tone from a file", &RunTonePut},
+    {"images", "print the phone's image information and frame table", &RunImages},
+    {"image-get", "read an image, frame by frame, into a file", &RunImageGet},
+    {"image-put", "write an image from a file of frames", &RunImagePut},
     {"decode", "print what reply lines from a phone decode to, as JSON", &RunDecode},
 };
 
 void PrintUsage(std::ostream& out) {
     constexpr std::size_t kNameColumn = 12;
-    out << "usage: velkport SUBCOMMAND [OPTIONS]\n\nSubcommands:\n";
+    out << "usage: velkport [LINK OPTIONS] SUBCOMMAND [OPTIONS]\n\nSubcommands:\n";
     for (const Subcommand& sub : kSubcommands) {
         const std::size_t pad = sub.name.size() < kNameColumn ? kNameColumn - sub.name.size() : 1;
         out << "  " << sub.name << std::string(pad, ' ') << sub.summary << '\n';
     }
-    out << "\nvelkport SUBCOMMAND --help tells more about each.\n";
+    out << "\n"
+        << kLinkOptionsHelp
+        << "\nWithout --device or --port the transfers talk to the simulated phone built\n"
+           "into this program. velkport SUBCOMMAND --help tells more about each.\n";
 }
 
-int Run(std::span<const std::string> args, const CommandIo& io) {
+int Run(std::span<const std::string> all, const CommandIo& io) {
+    // The link options in front of the subcommand, with their values.
+    std::size_t front = 0;
+    while (front < all.size() && IsLinkOption(all[front])) {
+        front += LinkOptionTakesValue(all[front]) && front + 1 < all.size() ? 2 : 1;
+    }
+    const std::span<const std::string> linkOptions = all.first(front);
+    const std::span<const std::string> args = all.subspan(front);
     if (args.empty()) {
         io.err << "velkport: name a subcommand.\n";
         PrintUsage(io.err);
@@ -43,7 +65,16 @@ int Run(std::span<const std::string> args, const CommandIo& io) {
         return kExitDone;
     }
     for (const Subcommand& sub : kSubcommands) {
-        if (args[0] == sub.name) return sub.run(args.subspan(1), io);
+        if (args[0] != sub.name) continue;
+        if (linkOptions.empty()) return sub.run(args.subspan(1), io);
+        if (sub.run == &RunDecode) {
+            io.err << "velkport: decode talks to no phone; " << linkOptions[0]
+                   << " does not apply to it.\n";
+            return kExitUsage;
+        }
+        std::vector<std::string> joined(linkOptions.begin(), linkOptions.end());
+        joined.insert(joined.end(), args.begin() + 1, args.end());
+        return sub.run(joined, io);
     }
     io.err << "velkport: there is no subcommand \"" << args[0] << "\".\n";
     PrintUsage(io.err);
@@ -57,7 +88,7 @@ int main(int argc, char** argv) {
     // No exception may end the program without a word.
     try {
         std::vector<std::string> args(argv + 1, argv + argc);
-        return velk::cli::Run(args, {std::cin, std::cout, std::cerr});
+        return velk::cli::Run(args, {std::cin, std::cout, std::cerr, isatty(STDERR_FILENO) == 1});
     } catch (const std::exception& e) {
         std::cerr << "velkport: " << e.what() << '\n';
         return 1;

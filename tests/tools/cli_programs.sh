@@ -1,0 +1,98 @@
+#!/usr/bin/env bash
+# The built programs as a user runs them: velkport on its built-in phone, on
+# a missing device, and on velkport-phone in another process.
+#
+#   cli_programs.sh VELKPORT VELKPORT_PHONE [silent]
+#
+# With "silent" it checks only the phone that never answers, which takes the
+# library's three tries of 10 s each.
+set -u
+velkport=$1
+phone=$2
+work=$(mktemp -d /tmp/velk-cli-programs-XXXXXX)
+phone_pid=
+failures=0
+
+finish() {
+    [ -n "$phone_pid" ] && kill "$phone_pid" 2>/dev/null && wait "$phone_pid" 2>/dev/null
+    rm -rf "$work"
+}
+trap finish EXIT
+
+fail() {
+    echo "FAIL: $*" >&2
+    failures=$((failures + 1))
+}
+
+# Runs velkport; fails unless it exits with $1. Its standard error is kept in
+# $work/err.
+expect_exit() {
+    local want=$1
+    shift
+    "$velkport" "$@" >"$work/out" 2>"$work/err"
+    local got=$?
+    [ "$got" -eq "$want" ] || fail "velkport $* exited $got, not $want: $(cat "$work/err")"
+}
+
+# Starts velkport-phone with the given options; its device lands in $device.
+start_phone() {
+    "$phone" "$@" >"$work/phone-out" 2>"$work/phone-err" &
+    phone_pid=$!
+    device=
+    for _ in $(seq 100); do
+        device=$(head -n 1 "$work/phone-out" 2>/dev/null)
+        [ -n "$device" ] && return 0
+        sleep 0.05
+    done
+    fail "velkport-phone $* printed no device: $(cat "$work/phone-err")"
+    exit 1
+}
+
+stop_phone() {
+    kill "$phone_pid" && wait "$phone_pid"
+    phone_pid=
+}
+
+if [ "${3:-}" = silent ]; then
+    start_phone --silent
+    expect_exit 5 --device "$device" tones
+    grep -q "no answer from the phone within 10 s: is it connected and switched on?" "$work/err" ||
+        fail "the silent phone's sentence: $(cat "$work/err")"
+    exit $((failures > 0))
+fi
+
+# The built-in phone.
+expect_exit 0 --simulate images
+grep -q "    2       3           51" "$work/out" || fail "the frame table: $(cat "$work/out")"
+expect_exit 0 --simulate image-get 2 -o "$work/f"
+[ "$(wc -c <"$work/f")" -eq 4608 ] || fail "image 2 is not 3 frames of 1536"
+printf '4D546864000000060000' >"$work/tone"
+expect_exit 0 --simulate tone-put 3 Ring "$work/tone"
+expect_exit 0 images
+grep -q "talking to the simulated phone" "$work/err" || fail "no note on the built-in phone"
+
+# A device that is not there.
+expect_exit 3 --device /nonexistent tones
+grep -q "the device /nonexistent does not exist" "$work/err" ||
+    fail "the missing device's sentence: $(cat "$work/err")"
+
+# The phone in another process, one run after the other.
+start_phone --store "$work/store" --baud 115200
+tr 0123456789ABCDEF FEDCBA9876543210 <"$work/f" >"$work/written"
+expect_exit 0 --device "$device" image-put 2 Anim "$work/written"
+expect_exit 0 --device "$device" image-get 2 -o "$work/g"
+cmp -s "$work/written" "$work/g" || fail "the image read back differs from the one written"
+cat "$work/store/frame-51.txt" "$work/store/frame-52.txt" "$work/store/frame-53.txt" \
+    >"$work/stored"
+cmp -s "$work/written" "$work/stored" || fail "the store does not hold the frames written"
+grep -q '"name": "Anim"' "$work/store/index.json" || fail "the store does not name the image Anim"
+stop_phone
+
+# A phone that refuses the tone read.
+start_phone --refuse AT+RNGR=
+expect_exit 4 --device "$device" tone-get 7
+grep -q "the phone refused AT+RNGR= (slot 7)" "$work/err" ||
+    fail "the refusal's sentence: $(cat "$work/err")"
+stop_phone
+
+exit $((failures > 0))

@@ -1,0 +1,170 @@
+// images, image-get and image-put.
+#include <cstring>
+#include <iomanip>
+#include <string>
+#include <vector>
+
+#include "velkport.h"
+#include "velkport/link_options.h"
+#include "velkport/progress_bar.h"
+#include "velkport/transfer_context.h"
+#include "velkport/transfer_files.h"
+
+namespace velk::cli {
+namespace {
+
+std::string ImageName(uint8_t id) {
+    return "image " + std::to_string(id);
+}
+
+bool ReadImageNumber(const Transfer& t, uint8_t& id) {
+    const std::string& text = t.args.positionals[0];
+    if (!ReadWholeNumber(std::string_view(text), id) || id == 0) {
+        t.Report(kExitUsage, "an image number is a number from 1 to 255, not \"" + text + "\"");
+        return false;
+    }
+    return true;
+}
+
+struct ImageInfoCopy {
+    std::string name;
+    uint16_t numbers[5] = {};
+    std::vector<uint16_t> frameRanges;  // frames, first frame; one pair an image
+};
+
+// Reads the image information and copies it; a failure's exit code otherwise.
+int ReadImageInfo(const Transfer& t, ImageInfoCopy& copy) {
+    const OperationEnd end = t.link.Run(velk_ReadAnimInfo);
+    if (end.kind != OperationEnd::Kind::kFinal || end.message != VELK_MSG_ANIM_INFO_READ) {
+        return t.Report(end, "");
+    }
+    AnimInfoRecord* info = nullptr;
+    if (velk_GetAnimInfo(&info) != 1 || info == nullptr) {
+        return t.Report(kExitFailure, "the library held no image information after reading it");
+    }
+    copy.name.assign(info->name, strnlen(info->name, sizeof info->name));
+    const uint16_t numbers[5] = {info->infoNumber1, info->infoNumber2, info->infoNumber3,
+                                 info->infoNumber4, info->infoNumber5};
+    std::copy(std::begin(numbers), std::end(numbers), copy.numbers);
+    if (info->frameRanges != nullptr) {
+        copy.frameRanges.assign(info->frameRanges, info->frameRanges + info->frameRangeCount);
+    }
+    return kExitDone;
+}
+
+}  // namespace
+
+int ReadFrameRange(const Transfer& t, uint8_t id, FrameRange& range) {
+    ImageInfoCopy info;
+    if (int code = ReadImageInfo(t, info); code != kExitDone) return code;
+    const std::size_t images = info.frameRanges.size() / 2;
+    if (id > images) {
+        return t.Report(kExitRefused,
+                        "the phone lists no image " + std::to_string(id) +
+                            (images == 0 ? ": it holds none"
+                                         : ": it holds images 1 to " + std::to_string(images)));
+    }
+    range.frames = info.frameRanges[2u * id - 2];
+    range.first = info.frameRanges[2u * id - 1];
+    return kExitDone;
+}
+
+// Images "Images": the phone states 3, 6, 250, 96, 64
+// image  frames  first frame
+//     1       1            1
+int ListImages(const Transfer& t) {
+    ImageInfoCopy info;
+    if (int code = ReadImageInfo(t, info); code != kExitDone) return code;
+    t.io.out << "Images \"" << info.name << "\": the phone states";
+    for (std::size_t i = 0; i < std::size(info.numbers); ++i) {
+        t.io.out << (i == 0 ? " " : ", ") << info.numbers[i];
+    }
+    t.io.out << "\nimage  frames  first frame\n";
+    for (std::size_t i = 0; i + 1 < info.frameRanges.size(); i += 2) {
+        t.io.out << std::setw(5) << i / 2 + 1 << std::setw(8) << info.frameRanges[i]
+                 << std::setw(13) << info.frameRanges[i + 1] << '\n';
+    }
+    if (info.frameRanges.size() % 2 != 0) {
+        t.io.out << "(the table ends with a lone number, " << info.frameRanges.back() << ")\n";
+    }
+    return kExitDone;
+}
+
+int GetImage(const Transfer& t) {
+    uint8_t id = 0;
+    if (!ReadImageNumber(t, id)) return kExitUsage;
+    FrameRange range;
+    if (int code = ReadFrameRange(t, id, range); code != kExitDone) return code;
+
+    ProgressBar bar(t.io.err, t.ShowsProgress(), ImageName(id), range.frames);
+    const OperationEnd end = t.link.Run([id] { return velk_ReadAnim(id); },
+                                        [&bar](uint32_t message) {
+                                            if (message == VELK_MSG_ANIM_READ_PROGRESS) bar.Step();
+                                        });
+    const bool read = end.kind == OperationEnd::Kind::kFinal && end.message == VELK_MSG_ANIM_READ;
+    bar.Finish(read);
+    if (!read) return t.Report(end, ImageName(id));
+
+    AnimRecord* record = nullptr;
+    if (velk_GetAnimData(&record) != 1 || record == nullptr) {
+        return t.Report(kExitFailure, "the library held no image after reading it");
+    }
+    const std::string name(record->name, std::min<std::size_t>(record->nameLength, 10));
+    const std::string text(reinterpret_cast<const char*>(record->data), record->size);
+    const unsigned paramFirst = record->animParamFirst;
+    const unsigned paramLast = record->animParamLast;
+    if (t.args.output.empty()) {
+        t.io.out.write(text.data(), static_cast<std::streamsize>(text.size()));
+        t.io.out.flush();
+    } else if (std::string problem; !WriteTransferFile(t.args.output, text, problem)) {
+        return t.Report(kExitFailure, problem);
+    }
+    t.Summary() << "Read image " << static_cast<unsigned>(id) << " \"" << name
+                << "\": " << text.size() / kFrameLength << " frames of " << kFrameLength
+                << " characters from frame " << range.first << ", parameters " << paramFirst
+                << " and " << paramLast
+                << (t.args.output.empty() ? "" : ", saved to " + t.args.output) << ".\n";
+    if (text.size() % kFrameLength != 0) {
+        t.io.err << "velkport " << t.command << ": note: the phone sent " << text.size()
+                 << " characters, no whole number of frames.\n";
+    }
+    return kExitDone;
+}
+
+int PutImage(const Transfer& t) {
+    uint8_t id = 0;
+    if (!ReadImageNumber(t, id)) return kExitUsage;
+    const std::string& name = t.args.positionals[1];
+    std::string problem;
+    std::optional<std::string> text = ReadTransferFile(t.args.positionals[2], problem);
+    if (!text) return t.Report(kExitUsage, problem);
+    if (std::optional<std::string> bad = NameProblem(name)) return t.Report(kExitUsage, *bad);
+    if (std::optional<std::string> bad = ImageTextProblem(*text)) return t.Report(kExitUsage, *bad);
+    FrameRange range;
+    if (int code = ReadFrameRange(t, id, range); code != kExitDone) return code;
+
+    AnimRecord record{};
+    record.id = id;
+    record.nameLength = static_cast<uint8_t>(name.size());
+    name.copy(record.name, sizeof record.name);
+    record.size = static_cast<uint16_t>(text->size());
+    record.data = reinterpret_cast<uint8_t*>(text->data());
+    record.animParamFirst = t.args.paramFirst;
+    record.animParamLast = t.args.paramLast;
+    const auto frames = static_cast<unsigned>(text->size() / kFrameLength);
+
+    ProgressBar bar(t.io.err, t.ShowsProgress(), ImageName(id), frames);
+    const OperationEnd end = t.link.Run([&record] { return velk_WriteAnim(record); },
+                                        [&bar](uint32_t message) {
+                                            if (message == VELK_MSG_ANIM_WRITE_PROGRESS) bar.Step();
+                                        });
+    const bool written =
+        end.kind == OperationEnd::Kind::kFinal && end.message == VELK_MSG_ANIM_WRITTEN;
+    bar.Finish(written);
+    if (!written) return t.Report(end, ImageName(id));
+    t.Summary() << "Wrote image " << static_cast<unsigned>(id) << " \"" << name << "\": " << frames
+                << " frames from frame " << range.first << ".\n";
+    return kExitDone;
+}
+
+}  // namespace velk::cli

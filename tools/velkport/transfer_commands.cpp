@@ -1,0 +1,125 @@
+#include "velkport/transfer_commands.h"
+
+#include <ostream>
+#include <string>
+
+#include "velkport/transfer_context.h"
+
+namespace velk::cli {
+namespace {
+
+struct TransferCommand {
+    std::string_view name;
+    std::size_t positionals;
+    unsigned extras;
+    int (*body)(const Transfer& t);
+    const char* usage;        // the first line of --help and of a usage error
+    const char* description;  // the rest of --help
+};
+
+constexpr TransferCommand kTransferCommands[] = {
+    {"tones", 0, kExtraSlots, &ListTones, "velkport [LINK OPTIONS] tones [--slots N]",
+     "Reads the phone's ring-tone information and prints it: a name and three\n"
+     "numbers, as the phone states them. With --slots N it also reads the tones\n"
+     "in slots 1 to N and lists each one's name and length; \"-\" marks a slot\n"
+     "whose read the phone refused, as it does for an empty one.\n"},
+    {"tone-get", 1, kExtraOutput, &GetTone, "velkport [LINK OPTIONS] tone-get SLOT [-o FILE]",
+     "Reads the ring tone in SLOT (1 to 255) and writes its text, as the phone\n"
+     "holds it, to FILE or to standard output.\n"
+     "  -o, --output FILE  where the text goes (default: standard output)\n"},
+    {"tone-put", 3, kExtraNone, &PutTone, "velkport [LINK OPTIONS] tone-put SLOT NAME FILE",
+     "Writes the text in FILE as the ring tone NAME (1 to 10 characters) into\n"
+     "SLOT (1 to 255), in chunks of 128 characters. The text may have up to\n"
+     "32511 characters and no line end inside; one line end at the end of the\n"
+     "file is not part of it.\n"},
+    {"images", 0, kExtraNone, &ListImages, "velkport [LINK OPTIONS] images",
+     "Reads the phone's image information and prints it: a name, five numbers\n"
+     "as the phone states them, and the frame table, the number of frames and\n"
+     "the first frame of each image.\n"},
+    {"image-get", 1, kExtraOutput, &GetImage, "velkport [LINK OPTIONS] image-get N [-o FILE]",
+     "Reads image N (from 1, as the frame table lists it) frame by frame and\n"
+     "writes the frames' texts of 1536 characters, one after the other, to FILE\n"
+     "or to standard output. On a terminal a progress bar counts the frames.\n"
+     "  -o, --output FILE  where the frames go (default: standard output)\n"},
+    {"image-put", 3, kExtraParams, &PutImage,
+     "velkport [LINK OPTIONS] image-put N NAME FILE [--param-first X] [--param-last Y]",
+     "Writes the frames in FILE (texts of 1536 characters one after the other,\n"
+     "at most 42; one line end at the end of the file is not part of them) as\n"
+     "image N named NAME (1 to 10 characters), from the image's first frame on.\n"
+     "On a terminal a progress bar counts the frames.\n"
+     "  --param-first X  first value of each frame's parameter (0 to 255,\n"
+     "                   default 25)\n"
+     "  --param-last Y   last value of it (0 to 255, default 0); the frame count\n"
+     "                   stands between the two\n"},
+};
+
+constexpr const char* kExitCodes =
+    "Exit status: 0 done; 2 bad arguments or an unusable input file; 3 the\n"
+    "device cannot be opened; 4 the phone refused a command; 5 no answer from\n"
+    "the phone; 6 the link was lost; 1 an output file could not be written;\n"
+    "130 interrupted by Ctrl-C (the operation is cancelled and the link closed).\n";
+
+const TransferCommand* FindTransferCommand(std::string_view name) {
+    for (const TransferCommand& command : kTransferCommands) {
+        if (command.name == name) return &command;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+int RunTransferCommand(std::string_view name, CommandArgs args, const CommandIo& io,
+                       const phonesim::SimulatorOptions& simulated) {
+    const TransferCommand* command = FindTransferCommand(name);
+    if (command == nullptr) {
+        io.err << "velkport: there is no transfer subcommand \"" << name << "\".\n";
+        return kExitUsage;
+    }
+    std::string problem;
+    std::optional<TransferArgs> parsed =
+        ParseTransferArgs(args, command->positionals, command->extras, problem);
+    if (!parsed) {
+        io.err << "velkport " << name << ": " << EndSentence(problem)
+               << "\nusage: " << command->usage << "\nSee velkport " << name << " --help.\n";
+        return kExitUsage;
+    }
+    if (parsed->help) {
+        io.out << "usage: " << command->usage << "\n\n"
+               << command->description << '\n'
+               << kLinkOptionsHelp << '\n'
+               << kExitCodes;
+        return kExitDone;
+    }
+    parsed->link.simulator = simulated;
+
+    PhoneLink link(parsed->link);
+    if (int code = link.Open(problem, io.err); code != kExitDone) {
+        io.err << "velkport " << name << ": " << EndSentence(problem) << '\n';
+        return code;
+    }
+    const Transfer transfer{name, *parsed, io, link};
+    const int code = command->body(transfer);
+    link.Close();
+    return code;
+}
+
+int RunTones(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("tones", args, io);
+}
+int RunToneGet(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("tone-get", args, io);
+}
+int RunTonePut(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("tone-put", args, io);
+}
+int RunImages(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("images", args, io);
+}
+int RunImageGet(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("image-get", args, io);
+}
+int RunImagePut(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("image-put", args, io);
+}
+
+}  // namespace velk::cli

@@ -1,0 +1,32 @@
+// The transfer subcommands of `velkport`: reading and writing the phone's
+// ring tones and images through the library's exports, as an application
+// does.
+//
+//   velkport [LINK OPTIONS] tones [--slots N]
+//   velkport [LINK OPTIONS] tone-get SLOT [-o FILE]
+//   velkport [LINK OPTIONS] tone-put SLOT NAME FILE
+//   velkport [LINK OPTIONS] images
+//   velkport [LINK OPTIONS] image-get N [-o FILE]
+//   velkport [LINK OPTIONS] image-put N NAME FILE [--param-first X --param-last Y]
+#pragma once
+
+#include <string_view>
+
+#include "phone_sim/simulator_options.h"
+#include "velkport/command_io.h"
+
+namespace velk::cli {
+
+int RunTones(CommandArgs args, const CommandIo& io);
+int RunToneGet(CommandArgs args, const CommandIo& io);
+int RunTonePut(CommandArgs args, const CommandIo& io);
+int RunImages(CommandArgs args, const CommandIo& io);
+int RunImageGet(CommandArgs args, const CommandIo& io);
+int RunImagePut(CommandArgs args, const CommandIo& io);
+
+// Runs the transfer subcommand `name` with the built-in phone (when it
+// serves) behaving as `simulated` says; the exit code. Unknown names: 2.
+int RunTransferCommand(std::string_view name, CommandArgs args, const CommandIo& io,
+                       const phonesim::SimulatorOptions& simulated = {});
+
+}  // namespace velk::cli

@@ -1,0 +1,56 @@
+// What the body of a transfer subcommand works with: its arguments, the
+// streams, and the link, opened before the body runs and closed after it.
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include "velkport/command_io.h"
+#include "velkport/phone_link.h"
+#include "velkport/transfer_arguments.h"
+#include "velkport/transfer_outcome.h"
+
+namespace velk::cli {
+
+struct Transfer {
+    std::string_view command;  // the subcommand's name, for sentences
+    const TransferArgs& args;
+    const CommandIo& io;
+    PhoneLink& link;
+
+    // Says why the subcommand ends without success; its exit code.
+    int Report(int exitCode, const std::string& sentence) const {
+        io.err << "velkport " << command << ": " << EndSentence(sentence) << '\n';
+        return exitCode;
+    }
+    // The same for an operation that did not end as hoped.
+    int Report(const OperationEnd& end, std::string_view target) const {
+        const Outcome outcome = DescribeEnd(end, target, link.Device());
+        return Report(outcome.exitCode, outcome.sentence);
+    }
+    bool ShowsProgress() const { return io.errIsTerminal || args.link.forceProgress; }
+    // Where the line that tells what was done goes: beside data on standard
+    // output it must go to standard error.
+    std::ostream& Summary() const {
+        return args.output.empty() && command.ends_with("-get") ? io.err : io.out;
+    }
+};
+
+// The bodies, one per subcommand: the link stands when they run.
+int ListTones(const Transfer& t);
+int GetTone(const Transfer& t);
+int PutTone(const Transfer& t);
+int ListImages(const Transfer& t);
+int GetImage(const Transfer& t);
+int PutImage(const Transfer& t);
+
+// The image-information read at the start of an image transfer, and the
+// frame count of image `id` from its table; a failure's exit code otherwise.
+struct FrameRange {
+    unsigned frames = 0;
+    unsigned first = 0;
+};
+int ReadFrameRange(const Transfer& t, uint8_t id, FrameRange& range);
+
+}  // namespace velk::cli

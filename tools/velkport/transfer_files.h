@@ -1,0 +1,32 @@
+// The files of the transfer subcommands. A file holds a text exactly as it
+// crosses the library's interface: a tone file the tone's text, an image
+// file the frames' 1536-character texts one after the other. A single line
+// end at the end of a file is not part of the text, so that a file saved by
+// an editor still fits.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace velk::cli {
+
+inline constexpr std::size_t kFrameLength = 1536;
+inline constexpr std::size_t kMostFrames = 42;         // what the 16-bit size holds
+inline constexpr std::size_t kMostToneLength = 32511;  // the last chunk index is one byte
+inline constexpr std::size_t kMostNameLength = 10;
+
+// The text of the file at `path` (its last line end dropped), or nothing
+// with `problem` set to a sentence that names the file.
+std::optional<std::string> ReadTransferFile(const std::string& path, std::string& problem);
+
+// Writes `text` to `path` as it is. False with `problem` set.
+bool WriteTransferFile(const std::string& path, const std::string& text, std::string& problem);
+
+// Why a text cannot be written as a tone, an image, or a name; nothing when
+// it can. The texts travel inside AT command lines.
+std::optional<std::string> ToneTextProblem(const std::string& text);
+std::optional<std::string> ImageTextProblem(const std::string& text);
+std::optional<std::string> NameProblem(const std::string& name);
+
+}  // namespace velk::cli
