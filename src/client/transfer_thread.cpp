@@ -418,8 +418,10 @@ void CATTransferThread::OnCommandError(const ATCommandBlock& block) {
     for (const ErrorRow& row : kErrorRows) {
         if (row.id != id) continue;
         pendingCommands.pop_front();
-        if (!row.messageBeforeIdle) EndOperation(0);
+        // What the operation held goes before the link takes requests again:
+        // from then on an export may hand over a new write record.
         if (row.release) (this->*row.release)();
+        if (!row.messageBeforeIdle) EndOperation(0);
         if (id != kCmdAttention && id != kCmdEchoOff) ClearWorkerPending();
         PostWindow(row.windowMessage);
         if (row.messageBeforeIdle) EndOperation(0);
