@@ -3,33 +3,37 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
+#include <mutex>
 
 namespace velk::cli {
 namespace {
 
-// One program runs one transfer at a time: a single pipe serves it.
-std::atomic<int> g_signalWriteFd{-1};
-std::atomic<int> g_receivedSignal{0};
+// One pipe for the whole process, never closed: a handler that runs on
+// another thread while an InterruptPipe goes away must not write to a
+// descriptor that was closed and perhaps handed out again.
+int g_signalPipe[2] = {-1, -1};
+std::once_flag g_signalPipeMade;
 
-void OnSignal(int signal) {
+void OnSignal(int) {
     const int saved = errno;
-    g_receivedSignal.store(signal);
-    const int fd = g_signalWriteFd.load();
     const char byte = 1;
-    if (fd >= 0) (void)!write(fd, &byte, 1);
+    (void)!write(g_signalPipe[1], &byte, 1);
     errno = saved;
 }
 
 }  // namespace
 
 InterruptPipe::InterruptPipe() {
-    int fds[2];
-    if (pipe2(fds, O_CLOEXEC | O_NONBLOCK) != 0) return;
-    readFd_ = fds[0];
-    g_receivedSignal.store(0);
-    g_signalWriteFd.store(fds[1]);
+    std::call_once(g_signalPipeMade, [] {
+        if (pipe2(g_signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) g_signalPipe[0] = -1;
+    });
+    if (g_signalPipe[0] < 0) return;
+    // A signal of an earlier transfer is no reason to end this one.
+    char leftover[64];
+    while (read(g_signalPipe[0], leftover, sizeof leftover) > 0) {
+    }
+    readFd_ = g_signalPipe[0];
     struct sigaction action {};
     action.sa_handler = &OnSignal;
     sigemptyset(&action.sa_mask);
@@ -41,13 +45,6 @@ InterruptPipe::~InterruptPipe() {
     if (readFd_ < 0) return;
     sigaction(SIGINT, &oldInt_, nullptr);
     sigaction(SIGTERM, &oldTerm_, nullptr);
-    const int writeFd = g_signalWriteFd.exchange(-1);
-    close(writeFd);
-    close(readFd_);
-}
-
-int InterruptPipe::Received() const {
-    return g_receivedSignal.load();
 }
 
 }  // namespace velk::cli

@@ -17,8 +17,6 @@ class InterruptPipe {
 
     // Readable once a signal came; -1 when the pipe could not be made.
     int Descriptor() const { return readFd_; }
-    // The signal that came, 0 when none.
-    int Received() const;
 
   private:
     int readFd_ = -1;

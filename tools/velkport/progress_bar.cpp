@@ -31,8 +31,10 @@ void ProgressBar::Step() {
 }
 
 void ProgressBar::Finish(bool whole) {
-    if (whole) done_ = total_;
-    Draw();
+    if (whole && done_ != total_) {
+        done_ = total_;
+        Draw();
+    }
     if (drawn_) err_ << '\n' << std::flush;
     drawn_ = false;
     shown_ = false;
