@@ -71,6 +71,22 @@ expect_exit 0 --simulate tone-put 3 Ring "$work/tone"
 expect_exit 0 images
 grep -q "talking to the simulated phone" "$work/err" || fail "no note on the built-in phone"
 
+# Link options belong to the transfers only.
+expect_exit 2 --simulate decode --unsolicited
+grep -q "decode talks to no phone" "$work/err" || fail "decode with a link option: $(cat "$work/err")"
+
+# Ctrl-C in the middle of a slow image read.
+"$velkport" --baud 9600 image-get 2 -o "$work/slow" 2>"$work/err" &
+reader=$!
+sleep 0.5
+kill -INT "$reader"
+wait "$reader"
+code=$?
+[ "$code" -eq 130 ] || fail "an interrupted image read exited $code, not 130"
+grep -q "interrupted: the running operation was cancelled and the link closed" "$work/err" ||
+    fail "the interruption's sentence: $(cat "$work/err")"
+[ ! -e "$work/slow" ] || fail "an interrupted read left a file behind"
+
 # A device that is not there.
 expect_exit 3 --device /nonexistent tones
 grep -q "the device /nonexistent does not exist" "$work/err" ||
