@@ -395,6 +395,39 @@ TEST_F(LinkLifecycleTest, WindowWithoutReaderDropsMessagesAndTheLinkGoesOn) {
     EXPECT_TRUE(Eventually([&] { return velk_GetMidInfo(&info) == 1; }));
 }
 
+// The application's window is full: the final message waits for room (no
+// message is lost), and an end of the link does not wait for it.
+TEST_F(LinkLifecycleTest, FullWindowHoldsTheFinalMessageButNotTheEnd) {
+    const int size = fcntl(window.WriteEnd(), F_SETPIPE_SZ, 4096);
+    ASSERT_GT(size, 0);
+    const std::string filler(static_cast<std::size_t>(size), '\0');
+    const auto fill = [&] {
+        return write(window.WriteEnd(), filler.data(), filler.size()) == size;
+    };
+    const auto drain = [&] {
+        std::string sink(filler.size(), ' ');
+        return read(window.ReadEnd(), sink.data(), sink.size()) == size;
+    };
+    ASSERT_EQ(Begin(), 1);
+
+    ASSERT_TRUE(fill());
+    ASSERT_EQ(velk_ReadMidInfo(), 1);
+    ASSERT_TRUE(phone.WaitForLines(3, std::chrono::seconds(3)));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    ASSERT_TRUE(drain());
+    EXPECT_EQ(window.Next(), std::optional<uint32_t>(VELK_MSG_MID_INFO_READ));
+
+    ASSERT_TRUE(fill());
+    ASSERT_TRUE(Request(velk_ReadMidInfo));
+    ASSERT_TRUE(phone.WaitForLines(6, std::chrono::seconds(3)));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    auto ended = std::async(std::launch::async, velk_EndThread);
+    const bool atOnce = ended.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
+    if (!atOnce) drain();  // let it go, so that the test can end
+    EXPECT_TRUE(atOnce) << "the end waited for room in the window";
+    EXPECT_EQ(ended.get(), 1);
+}
+
 struct ProbeUser {
     const char* what;
     const char* user;  // null: the same user as this process
