@@ -69,6 +69,20 @@ TEST_F(OpeningTest, SilentPhoneGetsThreeAttentionsThenTheOperationTimesOut) {
     EXPECT_TRUE(phone.WaitForLines(4, std::chrono::seconds(3)));
 }
 
+// No pause sits on the way of a command or a reply: 50 operations of three
+// commands each take far less than one pause of 50 ms per command would.
+TEST_F(OpeningTest, OperationsFollowEachOtherWithoutPauses) {
+    ASSERT_EQ(Begin(), 1);
+    const long long took = MillisecondsOf([&] {
+        for (int i = 0; i < 50; ++i) {
+            ASSERT_TRUE(Request(velk_ReadMidInfo));
+            ASSERT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
+        }
+    });
+    EXPECT_LT(took, 2500);
+    EXPECT_EQ(phone.ReceivedLines().size(), 150u);
+}
+
 TEST_F(OpeningTest, AttentionAnsweredAtTheThirdTryOpensTheOperation) {
     phone.SetEcho(false);
     model.IgnoreAttentions(2);
