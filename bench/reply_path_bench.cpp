@@ -1,0 +1,212 @@
+// velk-bench-replies: the path of a reply line through the library on one
+// thread, with no phone and no waiting: the line assembler of the serial
+// reader, the receive queue and the worker's message, the response reader
+// and matcher, the solicited decoder and its result block, taken off the
+// transfer thread's queue and freed. Measures lines per second and heap
+// allocations per line for the typical lines of a phone-book read and an
+// image read, and prints them as rows of the benchmark table.
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "allocation_counter.h"
+#include "bench_table.h"
+#include "decode/solicited_decoder.h"
+#include "engine/command_block.h"
+#include "engine/message_numbers.h"
+#include "engine/thread_ids.h"
+#include "platform/thread_messages.h"
+#include "response/response_reader.h"
+#include "serial/line_assembler.h"
+#include "serial/receive_queue.h"
+
+namespace {
+
+using namespace velk;
+using namespace velk::bench;
+
+constexpr int32_t kCmdPhonebookRead = 13;  // AT+CPBR=
+constexpr std::size_t kPartChars = 128;
+constexpr auto kMeasureTime = std::chrono::milliseconds(1500);
+
+struct Workload {
+    const char* name;
+    std::string command;  // as sent, in capitals
+    int32_t commandId;
+    std::vector<std::string> lines;  // each with its CR LF
+    std::size_t nodesPerLine;        // parameter nodes the line makes, the first one included
+};
+
+// +CPBR: <index>,"<number>",<type>,"<text>"
+Workload PhonebookLines() {
+    Workload load{"+CPBR", "AT+CPBR=1,200", kCmdPhonebookRead, {}, 4};
+    for (int i = 1; i <= 200; ++i) {
+        char line[96];
+        std::snprintf(line, sizeof line, "+CPBR: %d,\"+4930555%04d\",145,\"Contact %03d\"\r\n", i,
+                      i, i);
+        load.lines.emplace_back(line);
+    }
+    return load;
+}
+
+// +IMGR: <frame>,"<name>",<part>,<parts>,[<chunks>],[<rest>],"<param>","<text>",<check>
+Workload ImagePartLines() {
+    Workload load{"+IMGR", "AT+IMGR=1", kCmdImageRead, {}, 9};
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string frame = "6040";
+    for (std::size_t i = 0; i < 1536; ++i) frame += kDigits[(i * 7 + i / 97) % 16];
+    const std::size_t parts = (frame.size() + kPartChars - 1) / kPartChars;
+    for (std::size_t part = 0; part < parts; ++part) {
+        const std::string text = frame.substr(part * kPartChars, kPartChars);
+        unsigned check = text.size() & 0xFF;
+        for (char c : text) check ^= static_cast<unsigned char>(c);
+        std::string line =
+            "+IMGR: 1,\"Smile\"," + std::to_string(part + 1) + "," + std::to_string(parts) + ",";
+        line += part == 0 ? std::to_string(frame.size() / kPartChars) + "," +
+                                std::to_string(frame.size() % kPartChars) + ","
+                          : std::string(",,");
+        line += "\"250100\",\"" + text + "\"," + std::to_string(check) + "\r\n";
+        load.lines.push_back(line);
+    }
+    return load;
+}
+
+class ReplyPath {
+  public:
+    explicit ReplyPath(const Workload& load)
+        : load_(load), assembler_([](const char* line, uint32_t length) {
+              // As the serial reader does: queue the line, tell the worker.
+              if (PushLine(line, length) != 0) {
+                  PostThreadMessage(CurrentThreadId(), AT_MSG_LINE_RECEIVED, 0, 0);
+              }
+          }) {
+        decoder_.currentCommand = load.commandId;
+        command_ = load.command;
+    }
+
+    // One line from the bytes on the line to its freed result block. False
+    // when the line gave no result.
+    // Allocations per stage of the path, summed over the lines.
+    struct Stages {
+        uint64_t assembly = 0;  // line assembly, receive queue, message to the worker
+        uint64_t reading = 0;   // response reader and matcher
+        uint64_t decoding = 0;  // solicited decoder and its result block
+    };
+
+    bool Line(const std::string& bytes, Stages& stages) {
+        uint64_t mark = AllocationCount();
+        const auto count = [&mark](uint64_t& stage) {
+            const uint64_t now = AllocationCount();
+            stage += now - mark;
+            mark = now;
+        };
+        assembler_.Feed(bytes.data(), bytes.size());
+        count(stages.assembly);
+        ThreadMessage message;
+        bool decoded = false;
+        while (PeekThreadMessage(message)) {
+            count(stages.assembly);
+            if (message.message == AT_MSG_LINE_RECEIVED) {
+                const int information = reader_.ReadSolicited(command_);
+                count(stages.reading);
+                if (information != 0) DecodeSolicitedResult(decoder_, reader_.lines.GetRecord(0));
+                count(stages.decoding);
+            } else if (message.wParam == kResultParam) {
+                auto* block = reinterpret_cast<ATCommandBlock*>(message.lParam);
+                decoded = decoded || block->resultId != kResultError;
+                FreeCommandBlock(block);
+                count(stages.decoding);
+            }
+        }
+        return decoded;
+    }
+
+  private:
+    const Workload& load_;
+    LineAssembler assembler_;
+    CATResponseReader reader_;
+    DecoderState decoder_;
+    std::string command_;
+};
+
+struct Outcome {
+    double linesPerSecond = 0;
+    double allocationsPerLine = 0;
+    ReplyPath::Stages stages;  // of the counted lines
+    bool allDecoded = true;
+};
+
+Outcome Measure(const Workload& load) {
+    ReplyPath path(load);
+    Outcome outcome;
+    ReplyPath::Stages ignored;
+    // Warm: the queues and the record have their room.
+    for (const std::string& line : load.lines) outcome.allDecoded &= path.Line(line, ignored);
+    const uint64_t before = AllocationCount();
+    for (const std::string& line : load.lines) path.Line(line, outcome.stages);
+    outcome.allocationsPerLine =
+        static_cast<double>(AllocationCount() - before) / static_cast<double>(load.lines.size());
+
+    uint64_t lines = 0;
+    const auto start = std::chrono::steady_clock::now();
+    auto now = start;
+    while (now - start < kMeasureTime) {
+        for (const std::string& line : load.lines) path.Line(line, ignored);
+        lines += load.lines.size();
+        now = std::chrono::steady_clock::now();
+    }
+    outcome.linesPerSecond =
+        static_cast<double>(lines) / std::chrono::duration<double>(now - start).count();
+    return outcome;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    bool header = true;
+    bool stages = false;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--no-header") == 0) {
+            header = false;
+        } else if (std::strcmp(argv[i], "--stages") == 0) {
+            stages = true;
+        } else {
+            std::fputs("usage: velk-bench-replies [--no-header] [--stages]\n", stderr);
+            return 2;
+        }
+    }
+    controllerThreadId.store(EnsureThreadQueue());
+    BenchTable table;
+    for (const Workload& load : {PhonebookLines(), ImagePartLines()}) {
+        const Outcome outcome = Measure(load);
+        const bool phonebook = load.commandId == kCmdPhonebookRead;
+        char rate[64];
+        std::snprintf(rate, sizeof rate, "%.0f lines/s", outcome.linesPerSecond);
+        table.Add({std::string("(e) ") + load.name + " lines through reader, matcher, decoder",
+                   outcome.allDecoded ? rate : std::string(rate) + " (some lines not decoded!)",
+                   phonebook ? "≥ 500000 lines/s" : "",
+                   phonebook
+                       ? std::optional<bool>(outcome.allDecoded && outcome.linesPerSecond >= 500000)
+                       : std::nullopt});
+        char allocations[96];
+        std::snprintf(allocations, sizeof allocations, "%.2f (%zu parameter nodes)",
+                      outcome.allocationsPerLine, load.nodesPerLine);
+        if (stages) {
+            const double n = static_cast<double>(load.lines.size());
+            std::fprintf(stderr,
+                         "%s allocations per line: assembly %.2f, reading %.2f, decoding %.2f\n",
+                         load.name, static_cast<double>(outcome.stages.assembly) / n,
+                         static_cast<double>(outcome.stages.reading) / n,
+                         static_cast<double>(outcome.stages.decoding) / n);
+        }
+        const double limit = static_cast<double>(load.nodesPerLine + 4);
+        char target[32];
+        std::snprintf(target, sizeof target, "≤ %.0f", limit);
+        table.Add({std::string("(e) ") + load.name + " heap allocations per line", allocations,
+                   target, outcome.allocationsPerLine <= limit});
+    }
+    table.Print(stdout, header);
+    return 0;
+}
