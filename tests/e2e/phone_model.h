@@ -204,7 +204,7 @@ class PhoneModel {
         std::string extra;
     };
 
-    // The text in parts of 128: part 1 states the size as whole parts of 128
+    // The text in parts of 128: the first part states the size as whole parts of 128
     // and the rest; the others leave both empty.
     static void PartLines(const PartForm& form, const std::string& text,
                           std::vector<std::string>& info) {
