@@ -88,9 +88,13 @@ void CloseThreadQueue(const std::function<void(const ThreadMessage&)>& disposeLe
 bool PostThreadMessage(ThreadId target, uint32_t message, uintptr_t wParam, intptr_t lParam) {
     std::shared_ptr<Queue> queue = Find(target);
     if (!queue) return false;
-    std::lock_guard<std::mutex> hold(queue->mutex);
-    if (queue->closed || queue->messages.size() >= kMaxQueuedMessages) return false;
-    queue->messages.push_back({message, wParam, lParam});
+    {
+        std::lock_guard<std::mutex> hold(queue->mutex);
+        if (queue->closed || queue->messages.size() >= kMaxQueuedMessages) return false;
+        queue->messages.push_back({message, wParam, lParam});
+    }
+    // Woken once the lock is free, the receiver takes the message at once
+    // instead of waking only to wait for the lock again.
     queue->cv.notify_one();
     return true;
 }
