@@ -41,9 +41,14 @@ void PutCodes(ATCommandBlock& block, const FieldEntry& entry, const std::string&
 // The image parameter is three two-digit numbers, "250010". Anything else is
 // reported to the transfer thread and leaves the three numbers 0.
 void PutAnimParam(ATCommandBlock& block, uint16_t offset, const std::string& text) {
-    std::vector<uint8_t> numbers;
-    if (ParamToByteList(text, numbers) == 1 && numbers.size() == 3) {
-        std::memcpy(PayloadOf(block) + offset, numbers.data(), 3);
+    // Six digits make the three numbers; read in place, as every image part
+    // carries them.
+    const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    if (text.size() == 6 && std::all_of(text.begin(), text.end(), digit)) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            const int pair = (text[2 * i] - '0') * 10 + (text[2 * i + 1] - '0');
+            PayloadOf(block)[offset + i] = static_cast<unsigned char>(pair);
+        }
         return;
     }
     ATCommandBlock* error = AllocCommandBlock();

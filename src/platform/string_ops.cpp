@@ -1,6 +1,8 @@
 #include "platform/string_ops.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 
 namespace velk {
 namespace {
@@ -8,6 +10,42 @@ namespace {
 std::size_t Clamp(std::string_view text, int count) {
     if (count <= 0) return 0;
     return std::min(text.size(), static_cast<std::size_t>(count));
+}
+
+// A set of bytes as a bit table: testing a byte of the text is one lookup,
+// where searching the set afresh for every byte would cost a call each, and
+// the walkers of reply lines test every byte of every line.
+class ByteSet {
+  public:
+    explicit ByteSet(std::string_view set) {
+        for (char c : set) bits_[Index(c) / 64] |= uint64_t{1} << (Index(c) % 64);
+    }
+    bool Has(char c) const { return ((bits_[Index(c) / 64] >> (Index(c) % 64)) & 1) != 0; }
+
+  private:
+    static unsigned Index(char c) { return static_cast<unsigned char>(c); }
+    std::array<uint64_t, 4> bits_{};
+};
+
+std::size_t FirstIn(std::string_view text, const ByteSet& set) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (set.Has(text[i])) return i;
+    }
+    return std::string_view::npos;
+}
+
+std::size_t FirstNotIn(std::string_view text, const ByteSet& set) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (!set.Has(text[i])) return i;
+    }
+    return std::string_view::npos;
+}
+
+std::size_t LastNotIn(std::string_view text, const ByteSet& set) {
+    for (std::size_t i = text.size(); i > 0; --i) {
+        if (!set.Has(text[i - 1])) return i - 1;
+    }
+    return std::string_view::npos;
 }
 
 }  // namespace
@@ -22,18 +60,18 @@ std::string Right(std::string_view text, int count) {
 }
 
 std::string SpanExcluding(std::string_view text, std::string_view set) {
-    const std::size_t end = text.find_first_of(set);
+    const std::size_t end = FirstIn(text, ByteSet(set));
     return std::string(text.substr(0, end));
 }
 
 std::string TrimLeft(std::string_view text, std::string_view set) {
-    const std::size_t first = text.find_first_not_of(set);
+    const std::size_t first = FirstNotIn(text, ByteSet(set));
     if (first == std::string_view::npos) return {};
     return std::string(text.substr(first));
 }
 
 std::string TrimRight(std::string_view text, std::string_view set) {
-    const std::size_t last = text.find_last_not_of(set);
+    const std::size_t last = LastNotIn(text, ByteSet(set));
     if (last == std::string_view::npos) return {};
     return std::string(text.substr(0, last + 1));
 }

@@ -37,8 +37,11 @@ bool EqualsAny(std::string_view text, const std::array<std::string_view, N>& wor
 
 // Phones quote some number fields and not others, so these types look at the
 // value with its quotes removed.
-std::string Unquoted(std::string_view text) {
-    return TrimRight(TrimLeft(text, "\""), "\"");
+// A view: a long text is looked at, not copied.
+std::string_view Unquoted(std::string_view text) {
+    const std::size_t first = text.find_first_not_of('"');
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of('"') - first + 1);
 }
 
 bool IsStorage(std::string_view t) {
@@ -56,7 +59,7 @@ bool IsText(std::string_view t) {
 
 bool IsNumberString(std::string_view t) {
     if (t.empty()) return false;
-    const std::string u = Unquoted(t);
+    const std::string_view u = Unquoted(t);
     return !u.empty() && u.size() <= kMaxNumberLength && AllIn(u, "0123456789-+");
 }
 

@@ -15,7 +15,13 @@ CATResponseList::CATResponseList() {
 void CATResponseList::Restart() noexcept {
     if (records_.empty()) return;
     records_.resize(1);
-    *records_[0] = ATResponseRecord{};
+    // The text's room stays: the next line is copied into it without an
+    // allocation of its own.
+    ATResponseRecord& first = *records_[0];
+    std::string text = std::move(first.text);
+    text.clear();
+    first = ATResponseRecord{};
+    first.text = std::move(text);
 }
 
 }  // namespace velk

@@ -3,6 +3,7 @@
 // response_matcher_classify.cpp.
 #include "response/response_matcher.h"
 
+#include <algorithm>
 #include <array>
 
 #include "decode/value_conversions.h"
@@ -67,21 +68,25 @@ constexpr std::array<std::string_view, 3> kErrorMarks = {"+CME ERROR:", "+CMS ER
 
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the worker's order
 int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string_view lineText) {
-    const std::string command(commandText);
-    std::string line = TrimLeft(lineText);
+    const std::string_view command = commandText;
+    std::string& line = line_;
+    line.assign(
+        lineText.substr(std::min(lineText.find_first_not_of(kWhiteSpace), lineText.size())));
     ResetRecord(current);
 
     // A line is only whole with its line end; a zero byte may have cut it.
     if (!Equal(Right(line, 2), "\r\n")) return Report(kReportResponseError, line);
 
     // The phone echoes what the transmit path sent: the command and CR LF.
-    if (Equal(line, command + "\r\n")) return 0;
+    if (line.size() == command.size() + 2 && line.compare(0, command.size(), command) == 0) {
+        return 0;
+    }
 
     // Some phones answer a head without its plus sign ("CGMI: ...").
     const std::string head = TrimLeft(SpanExcluding(line, ":"));
     if (!head.empty() && Contains(command, head) && head[0] != '+') line.insert(0, 1, '+');
 
-    line = SpanExcluding(line, "\n");
+    line.resize(std::min(line.find('\n'), line.size()));
     current.text = line;
     current.lineLength = static_cast<uint32_t>(line.size());
 

@@ -81,6 +81,9 @@ class CATResponseMatcher {
   private:
     // Formats `pattern` with `text` into errorText, posts it, returns 0.
     int Report(std::string_view pattern, std::string_view text);
+
+    // The line being matched: kept between lines, so that its room is reused.
+    std::string line_;
 };
 
 }  // namespace velk

@@ -1,5 +1,6 @@
 // The classification that solicited and unsolicited lines share, and the
 // entry for lines that come of the phone's own accord.
+#include <algorithm>
 #include <array>
 
 #include "response/response_matcher.h"
@@ -97,8 +98,12 @@ int CATResponseMatcher::ParseHead(ATResponseRecord& record, std::string_view lin
 
     // What follows the separator. Blanks trimmed off the head are counted as
     // head, so "+CSQ : 5" leaves ": 5" and its first value is illegal.
+    // A view: the parameter text of a long line is not copied on its way.
     const int restLength = static_cast<int>(body.size()) - static_cast<int>(bareHead.size()) - 1;
-    const std::string rest = TrimLeft(Right(body, restLength));
+    std::string_view rest = restLength > 0
+                                ? body.substr(body.size() - static_cast<std::size_t>(restLength))
+                                : std::string_view();
+    rest.remove_prefix(std::min(rest.find_first_not_of(kWhiteSpace), rest.size()));
 
     if (row->plainTypes[0] == paramWholeLine) {
         // Identification replies are free text: keep the line whole.

@@ -12,7 +12,11 @@
 namespace velk {
 
 ReaderLink SerialReaderLink() {
-    return ReaderLink{&TakeLine, &ReleaseLine, &velk::SendCommand};
+    ReaderLink link;
+    link.releaseLine = &ReleaseLine;
+    link.sendCommand = &velk::SendCommand;
+    link.takeText = &TakeLineText;
+    return link;
 }
 
 CATResponseReader::CATResponseReader() : CATResponseReader(SerialReaderLink()) {}
@@ -77,6 +81,14 @@ CATResponseReader::Fetch CATResponseReader::StartRead(std::string& lineText) {
     currentIndex = 0;
     matcher.ResetRecord(lines.GetRecord(0));
 
+    if (!link_.takeLine && link_.takeText) {
+        if (!link_.takeText(lineText)) return Fetch::kNone;
+        // A line of one or two bytes is no more than a line end; a zero byte
+        // from the phone ends the text there.
+        if (lineText.size() <= 2) return Fetch::kNone;
+        lineText.resize(::strnlen(lineText.data(), lineText.size()));
+        return Fetch::kLine;
+    }
     char* buffer = nullptr;
     uint32_t length = 0;
     if (!link_.takeLine || !link_.takeLine(buffer, length) || length == 0) return Fetch::kNone;

@@ -31,9 +31,13 @@ struct ReaderLink {
     std::function<void(char*& buffer)> releaseLine;
     // Writes `text` with CR LF and turns a-z of `text` into capitals in place.
     std::function<int(std::string& text)> sendCommand;
+    // Moves the oldest received line into `line` (line end included); false
+    // with an empty queue. The reader takes its lines this way, without a
+    // copy, when takeLine is not set: a link that sets takeLine is read by it.
+    std::function<bool(std::string& line)> takeText = nullptr;
 };
 
-// The receive queue and transmit path of the serial link.
+// The receive queue (by takeText) and transmit path of the serial link.
 ReaderLink SerialReaderLink();
 
 class CATResponseReader {

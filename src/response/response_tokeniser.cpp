@@ -40,26 +40,46 @@ bool SeparatorCommaAhead(std::string_view remaining) {
     return remaining.size() >= 2 && remaining[0] == ',' && remaining[1] != '\r';
 }
 
+// The first of the marks that cut the parameter text (",-)(") at or after
+// `from`, or the end of the text.
+std::size_t NextMark(std::string_view text, std::size_t from) {
+    for (; from < text.size(); ++from) {
+        const char c = text[from];
+        if (c == ',' || c == '-' || c == ')' || c == '(') return from;
+    }
+    return text.size();
+}
+
+// `piece` without white space at either end.
+std::string_view TrimBlanks(std::string_view piece) {
+    const std::size_t first = piece.find_first_not_of(kWhiteSpace);
+    if (first == std::string_view::npos) return {};
+    return piece.substr(first, piece.find_last_not_of(kWhiteSpace) - first + 1);
+}
+
 }  // namespace
 
 std::string NormaliseParameters(std::string_view text) {
-    std::string work = SpanExcluding(text, "\r\n") + "\r\n";
+    // The parameters end at the first CR or LF. The pieces are views of the
+    // text: a line costs one allocation here, the result.
+    std::size_t end = 0;
+    while (end < text.size() && text[end] != '\r' && text[end] != '\n') ++end;
+    const std::string_view work = text.substr(0, end);
     std::string out;
-    out.reserve(work.size());
+    out.reserve(work.size() + 1);
     std::size_t at = 0;  // front of `work` not yet taken
-    auto rest = [&] { return std::string_view(work).substr(at); };
-    while (!Equal(rest(), "\r\n") && !Equal(rest(), "\r")) {
-        const std::string piece = SpanExcluding(rest(), ",-)(\r");
-        at += piece.size();
-        out += TrimRight(TrimLeft(piece));
-        const char mark = work[at];
-        if (mark == ',') {
-            out += ',';
+    while (at < work.size()) {
+        const std::size_t mark = NextMark(work, at);
+        out += TrimBlanks(work.substr(at, mark - at));
+        at = mark;
+        if (at == work.size()) break;
+        const char c = work[at];
+        out += c;
+        if (c == ',') {
             ++at;
-        } else if (mark == '-' || mark == '(' || mark == ')') {
-            // "--" and "((" stand for one mark; the final CR LF stops the run.
-            out += mark;
-            at = work.find_first_not_of(mark, at);
+        } else {
+            // "--" and "((" stand for one mark.
+            at = std::min(work.find_first_not_of(c, at), work.size());
         }
     }
     out += '\r';

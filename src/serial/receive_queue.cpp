@@ -79,6 +79,15 @@ bool TakeLine(char*& buffer, uint32_t& length) {
     return true;
 }
 
+bool TakeLineText(std::string& line) {
+    ReceiveQueue& queue = TheQueue();
+    std::lock_guard<std::mutex> hold(queue.lock);
+    if (queue.lines.empty()) return false;
+    line.swap(queue.lines.front());
+    queue.lines.pop_front();
+    return true;
+}
+
 void ReleaseLine(char*& buffer) {
     std::free(buffer);
     buffer = nullptr;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace velk {
 
@@ -32,5 +33,9 @@ bool TakeLine(char*& buffer, uint32_t& length);
 
 // Frees a buffer of TakeLine and nulls the pointer; a null pointer is fine.
 void ReleaseLine(char*& buffer);
+// Moves the first line into `line`, as it was queued, and drops it from the
+// queue: the line is not copied again on its way to the reader. False, with
+// `line` left as it is, when no line waits.
+bool TakeLineText(std::string& line);
 
 }  // namespace velk
