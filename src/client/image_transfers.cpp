@@ -10,6 +10,7 @@
 // characters of a frame whatever they are.
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "client/transfer_thread.h"
 #include "engine/message_numbers.h"
@@ -265,18 +266,15 @@ void CATTransferThread::ImageChunkStep() {
     chunk.animParamSecond = static_cast<uint8_t>(animFrameCount & 0xFF);
     chunk.animParamLast = animWriteRecord->animParamLast;
 
-    std::string body;
-    if (animChunkIndex <= animFrameChunks) {
-        body = animFrameText.substr(0, kImageChunkChars);
-        animFrameText.erase(0, body.size());
-    } else {
-        body = std::move(animFrameText);
-        animFrameText.clear();
-    }
-    body.resize(std::min(body.size(), kImageChunkChars));
+    // Chunk n starts at character 128 (n - 1) of the frame, which stays
+    // whole until its last chunk: no chunk moves the rest of the frame.
+    const std::size_t start = std::min<std::size_t>(
+        static_cast<std::size_t>(animChunkIndex - 1) * kImageChunkChars, animFrameText.size());
+    const std::string_view body = std::string_view(animFrameText).substr(start, kImageChunkChars);
     chunk.bodyLength = static_cast<uint8_t>(body.size());
     std::memcpy(chunk.body, body.data(), body.size());
     chunk.check = ChunkCheck(body);
+    if (animChunkIndex > animFrameChunks) animFrameText.clear();
 
     pendingCommands.clear();
     if (!SendCommand(std::move(block))) {

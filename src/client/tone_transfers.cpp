@@ -111,14 +111,12 @@ void CATTransferThread::ToneChunkStep() {
         EndOperation(0);
         return;
     }
-    if (midChunkIndex > midChunkCount) {
-        midChunkText = std::move(midWriteText);
-        midWriteText.clear();
-    } else {
-        midChunkText = midWriteText.substr(0, kToneChunkChars);
-        midWriteText.erase(0, midChunkText.size());
-    }
-    midChunkText.resize(std::min(midChunkText.size(), kToneChunkChars));
+    // Chunk n starts at character 128 (n - 1) of the text, which stays whole
+    // until the last chunk: no chunk moves the rest of the tone.
+    const std::size_t start = std::min<std::size_t>(
+        static_cast<std::size_t>(midChunkIndex - 1) * kToneChunkChars, midWriteText.size());
+    midChunkText.assign(midWriteText, start, kToneChunkChars);
+    if (midChunkIndex > midChunkCount) midWriteText.clear();
 
     CommandBlockPtr block = NewCommand(kCmdToneWrite);
     if (!block) {
