@@ -7,7 +7,9 @@
 #include "decode/unsolicited_decoder.h"
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
+#include "platform/shared_memory.h"
 #include "platform/tick_clock.h"
+#include "queues/queue_object_names.h"
 #include "serial/serial_link.h"
 
 namespace velk {
@@ -36,8 +38,9 @@ bool IsControlMessage(uint32_t number) {
 // Joins the named queue when it exists, else creates it. A queue that cannot
 // be had (another user's object, no shared memory) is simply left closed.
 void OpenSharedQueue(CSharedQueue& queue, const char* name) {
-    queue.Init(name);
-    if (queue.Exists()) {
+    // Open and Create each build the queue's guard themselves, so whether the
+    // mapping exists is asked of its name alone.
+    if (SharedMemory::Exists(QueueObjectName(QueueObject::kMapping, name))) {
         queue.Open(name, kQueueCapacity, kQueueDataSize);
     } else {
         queue.Create(name, kQueueCapacity, kQueueDataSize);
