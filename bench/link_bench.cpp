@@ -243,6 +243,11 @@ void MeasureLineRate(BenchState& state) {
                       Percent(ours).c_str(), floor->bytes[i],
                       static_cast<double>(operation.wallNs) / 1e9, Percent(bare).c_str());
         table.Add({"(b) efficiency at " + rate + ", " + what, detail, "≥ 98 %", ours >= 0.98});
+        const std::size_t from = i == 0 ? 0 : run.ends[i - 1];
+        table.Add({"(b) own gap per command at " + rate + ", " + what,
+                   GapText(Summarise(GapsBetween(run.record.spans, from, run.ends[i]))),
+                   "",
+                   {}});
         const double cpu =
             static_cast<double>(operation.cpuNs) / static_cast<double>(operation.wallNs);
         table.Add({"(d) library CPU during (b), " + what, Percent(cpu) + " of a core", "", {}});
