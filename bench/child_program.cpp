@@ -45,10 +45,12 @@ ProgramOutcome RunProgram(const ProgramRun& run) {
     }
     std::vector<std::string> arguments = run.arguments;
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     std::vector<std::string> variables = run.environment;
     std::vector<char*> envp;
+    envp.reserve(variables.size());
     for (std::string& variable : variables) envp.push_back(variable.data());
     for (char** e = environ; *e != nullptr; ++e) envp.push_back(*e);
     envp.push_back(nullptr);

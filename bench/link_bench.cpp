@@ -24,13 +24,24 @@ constexpr double kBitsPerByte = 10;
 enum TransferIndex : std::size_t { kImageWrite = 0, kImageRead = 1, kToneWrite = 2 };
 constexpr const char* kTransferNames[] = {"image write", "image read", "tone write"};
 
-// Characters as a picture's dots are written: hexadecimal digits.
-std::string PatternText(std::size_t size, unsigned seed) {
+// Characters as a picture's dots are written: hexadecimal digits, from
+// `first` on.
+std::string PatternText(std::size_t size, char first) {
     static constexpr char kDigits[] = "0123456789ABCDEF";
+    const auto shift = static_cast<std::size_t>(first - '0');
     std::string text(size, '0');
-    for (std::size_t i = 0; i < size; ++i) text[i] = kDigits[(i * 7 + seed * 3 + i / 97) % 16];
+    for (std::size_t i = 0; i < size; ++i) text[i] = kDigits[(i * 7 + shift + i / 97) % 16];
     return text;
 }
+
+// What one link carries: an image of `frames` frames written and read back,
+// then a ring tone of `toneBytes` (none for 0), on a line paced at `baud`
+// (0: the phone answers at once).
+struct TransferPlan {
+    uint32_t baud = 0;
+    int frames = 0;
+    int toneBytes = 0;
+};
 
 struct TransferRun {
     PhoneRecord record;
@@ -39,14 +50,15 @@ struct TransferRun {
     std::string fault;  // empty when every transfer ended as it should
 };
 
-// The library writes an image of `frames` frames, reads it back and, when
-// `toneBytes` is not 0, writes a ring tone, all on one link to a fresh phone.
-TransferRun RunTransfers(const BenchState& state, const std::string& name, uint32_t baud,
-                         int frames, int toneBytes) {
+// The library carries out `plan` on one link to a fresh phone.
+TransferRun RunTransfers(const BenchState& state, const std::string& name,
+                         const TransferPlan& plan) {
+    const int frames = plan.frames;
+    const int toneBytes = plan.toneBytes;
     TransferRun run;
     PhoneProcess phone(state.settings.phoneProgram, state.settings.workDir);
     std::string error;
-    if (!phone.Start({baud, name}, error)) {
+    if (!phone.Start({plan.baud, name}, error)) {
         run.fault = error;
         return run;
     }
@@ -56,7 +68,7 @@ TransferRun RunTransfers(const BenchState& state, const std::string& name, uint3
         run.fault = "velk_BeginThread refused " + phone.DevicePath();
         return run;
     }
-    std::string image = PatternText(kFrameChars * static_cast<std::size_t>(frames), 1);
+    std::string image = PatternText(kFrameChars * static_cast<std::size_t>(frames), '1');
     AnimRecord written{};
     written.id = kImageId;
     written.nameLength = 5;
@@ -65,7 +77,7 @@ TransferRun RunTransfers(const BenchState& state, const std::string& name, uint3
     written.data = reinterpret_cast<uint8_t*>(image.data());
     written.animParamFirst = 25;
     written.animParamLast = 4;
-    std::string tone = PatternText(static_cast<std::size_t>(toneBytes), 2);
+    std::string tone = PatternText(static_cast<std::size_t>(toneBytes), '2');
     MidRecord toneRecord{};
     toneRecord.id = kToneSlot;
     toneRecord.nameLength = 5;
@@ -171,7 +183,7 @@ std::optional<FloorReplay> ReplayFloor(const BenchState& state, const std::strin
 void MeasureOwnTime(BenchState& state) {
     BenchTable& table = state.table;
     const BenchSettings& settings = state.settings;
-    const TransferRun run = RunTransfers(state, "own-time", 0, settings.frames, 0);
+    const TransferRun run = RunTransfers(state, "own-time", {0, settings.frames, 0});
     if (!run.fault.empty()) {
         table.Add({"(a) own time per command", "not measured: " + run.fault, "", false});
         return;
@@ -217,7 +229,7 @@ void MeasureLineRate(BenchState& state) {
     const BenchSettings& settings = state.settings;
     const std::string rate = std::to_string(settings.baud) + " Bd";
     const TransferRun run =
-        RunTransfers(state, "line-rate", settings.baud, settings.frames, settings.toneBytes);
+        RunTransfers(state, "line-rate", {settings.baud, settings.frames, settings.toneBytes});
     if (!run.fault.empty()) {
         table.Add({"(b) efficiency at " + rate, "not measured: " + run.fault, "", false});
         return;
@@ -236,15 +248,19 @@ void MeasureLineRate(BenchState& state) {
         const double ours = lineTime / (static_cast<double>(operation.wallNs) / 1e9);
         const double bare = lineTime / (static_cast<double>(floor->wallNs[i]) / 1e9);
         std::string what = kTransferNames[i];
-        what += i == kToneWrite ? ", " + std::to_string(settings.toneBytes) + " bytes"
-                                : ", " + std::to_string(settings.frames) + " frames";
+        what += ", ";
+        what += i == kToneWrite ? std::to_string(settings.toneBytes) + " bytes"
+                                : std::to_string(settings.frames) + " frames";
         char detail[160];
         std::snprintf(detail, sizeof detail, "%s (%ld bytes in %.2f s; floor %s)",
                       Percent(ours).c_str(), floor->bytes[i],
                       static_cast<double>(operation.wallNs) / 1e9, Percent(bare).c_str());
-        table.Add({"(b) efficiency at " + rate + ", " + what, detail, "≥ 98 %", ours >= 0.98});
+        std::string where = rate;
+        where += ", ";
+        where += what;
+        table.Add({"(b) efficiency at " + where, detail, "≥ 98 %", ours >= 0.98});
         const std::size_t from = i == 0 ? 0 : run.ends[i - 1];
-        table.Add({"(b) own gap per command at " + rate + ", " + what,
+        table.Add({"(b) own gap per command at " + where,
                    GapText(Summarise(GapsBetween(run.record.spans, from, run.ends[i]))),
                    "",
                    {}});

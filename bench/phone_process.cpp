@@ -51,6 +51,7 @@ bool PhoneProcess::Start(const PhoneRun& run, std::string& error) {
         arguments.push_back(std::to_string(run.baud));
     }
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
 

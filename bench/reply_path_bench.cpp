@@ -83,7 +83,7 @@ Workload ImagePartLines() {
 class ReplyPath {
   public:
     explicit ReplyPath(const Workload& load)
-        : load_(load), assembler_([](const char* line, uint32_t length) {
+        : assembler_([](const char* line, uint32_t length) {
               // As the serial reader does: queue the line, tell the worker.
               if (PushLine(line, length) != 0) {
                   PostThreadMessage(CurrentThreadId(), AT_MSG_LINE_RECEIVED, 0, 0);
@@ -121,7 +121,10 @@ class ReplyPath {
                 if (information != 0) DecodeSolicitedResult(decoder_, reader_.lines.GetRecord(0));
                 count(stages.decoding);
             } else if (message.wParam == kResultParam) {
-                auto* block = reinterpret_cast<ATCommandBlock*>(message.lParam);
+                // A result message carries its block as the lParam integer.
+                auto* block =
+                    reinterpret_cast<ATCommandBlock*>(  // NOLINT(performance-no-int-to-ptr)
+                        message.lParam);
                 decoded = decoded || block->resultId != kResultError;
                 FreeCommandBlock(block);
                 count(stages.decoding);
@@ -131,7 +134,6 @@ class ReplyPath {
     }
 
   private:
-    const Workload& load_;
     LineAssembler assembler_;
     CATResponseReader reader_;
     DecoderState decoder_;
