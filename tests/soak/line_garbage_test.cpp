@@ -1,0 +1,152 @@
+// Bytes no phone should send: every byte value, NUL bytes, lines far longer
+// than any reply, no line end at all; sent while the link is idle or inside
+// a reply. And a flood of unsolicited lines during a transfer. The operation
+// they meet ends with exactly one final message and the link keeps working.
+#include <atomic>
+#include <string>
+#include <thread>
+
+#include "e2e/e2e_link.h"
+
+namespace velk::test {
+namespace {
+
+constexpr int32_t kRtsCts = 0;  // every byte value is data, none is XON/XOFF
+
+struct Garbage {
+    const char* what;
+    std::string bytes;
+};
+
+std::string EveryByteValue() {
+    std::string bytes;
+    for (int round = 0; round < 4; ++round) {
+        for (int b = 0; b < 256; ++b) bytes += static_cast<char>(b);
+    }
+    return bytes;
+}
+
+const Garbage kGarbage[] = {
+    {"every byte value", EveryByteValue()},
+    {"NUL bytes in and between lines",
+     std::string("\0\0OK\0\r\n+RNGI: \"\0\",1,\0 2\r\n\0\0\0", 28)},
+    {"a line of 9000 bytes", std::string(9000, 'X') + "\r\n"},
+    {"a reply line of 70000 bytes", "+RNGI: \"" + std::string(70000, '9') + "\",1,2,3\r\n"},
+    {"20000 bytes without a line end", std::string(20000, 'Y')},
+    {"lone line ends", "\r\r\r\n\n\n\r\n\r\n\n\r"},
+};
+
+class LineGarbageTest : public PhoneLinkTest {
+  protected:
+    // The tone information read on a phone that answers properly.
+    void ExpectToneInformationRead() {
+        ASSERT_TRUE(Request(velk_ReadMidInfo)) << "the link takes no operation";
+        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
+        MidInfoRecord* info = nullptr;
+        ASSERT_EQ(velk_GetMidInfo(&info), 1);
+        EXPECT_STREQ(info->name, "Melodies");
+    }
+};
+
+TEST_F(LineGarbageTest, GarbageWhileIdleIsPassedOverAndTheOperationSucceeds) {
+    ASSERT_EQ(Begin(kRtsCts), 1);
+    for (const Garbage& garbage : kGarbage) {
+        SCOPED_TRACE(garbage.what);
+        phone.Send(garbage.bytes);
+        phone.Send("\r\n");
+        ExpectToneInformationRead();
+    }
+}
+
+TEST_F(LineGarbageTest, GarbageInsideAReplyEndsTheOperationOnceAndTheLinkGoesOn) {
+    std::atomic<const Garbage*> inject{nullptr};
+    phone.SetResponder([&](const std::string& command, std::vector<std::string>& lines) {
+        const Garbage* garbage = inject.load();
+        if (garbage != nullptr && command == "AT+RNGI") {
+            inject = nullptr;
+            lines = {garbage->bytes, "+RNGI: \"Melodies\",12,3,40", "OK"};
+            return true;
+        }
+        return model.Answer(command, lines);
+    });
+    ASSERT_EQ(Begin(kRtsCts), 1);
+    for (const Garbage& garbage : kGarbage) {
+        SCOPED_TRACE(garbage.what);
+        inject = &garbage;
+        ASSERT_TRUE(Request(velk_ReadMidInfo));
+        const Messages seen = window.UntilFinal();
+        ASSERT_EQ(seen.size(), 1u) << "exactly one final message";
+        EXPECT_TRUE(window.Quiet(20));
+        ExpectToneInformationRead();
+    }
+}
+
+// Lines a phone sends of its own accord: a call, a new message, a change of
+// network cell, a signal report. A ring is passed over anywhere; any other
+// line during the image table query or a frame read spoils that reply, so
+// the read may end refused, but it ends once and the link goes on.
+struct Unsolicited {
+    const char* line;
+    bool passedOver;
+};
+const Unsolicited kUnsolicited[] = {
+    {"RING", true},
+    {"+CMTI: \"SM\",1", false},
+    {"+CREG: 1,\"00C3\",\"1234\"", false},
+    {"+CSQ: 17,99", false},
+};
+
+TEST_F(LineGarbageTest, FloodOfUnsolicitedLinesDuringAnImageReadEndsItOnceAndTheLinkGoesOn) {
+    constexpr std::size_t kFrame = 1536;
+    std::string frames;
+    model.AddImage(2, 1);
+    model.AddImage(3, 10);
+    for (int f = 0; f < 3; ++f) {
+        const std::string frame = Pattern(kFrame, static_cast<unsigned>(f + 5));
+        model.SetFrame(static_cast<uint8_t>(10 + f), "6040" + frame);
+        frames += frame;
+    }
+    ASSERT_EQ(Begin(), 1);
+    for (const Unsolicited& unsolicited : kUnsolicited) {
+        const char* line = unsolicited.line;
+        SCOPED_TRACE(line);
+        std::atomic<bool> stop{false};
+        std::atomic<int> sent{0};
+        std::thread flood([&] {
+            const std::string bytes = std::string("\r\n") + line + "\r\n";
+            while (!stop) {
+                phone.Send(bytes);
+                ++sent;
+                std::this_thread::sleep_for(std::chrono::microseconds(100));
+            }
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        ASSERT_TRUE(Request([] { return velk_ReadAnim(2); }));
+        const Messages seen = window.UntilFinal();
+        stop = true;
+        flood.join();
+
+        const Messages whole{VELK_MSG_ANIM_READ_PROGRESS, VELK_MSG_ANIM_READ_PROGRESS,
+                             VELK_MSG_ANIM_READ};
+        if (unsolicited.passedOver) {
+            EXPECT_EQ(seen, whole);
+        } else {
+            ASSERT_FALSE(seen.empty());
+            for (std::size_t m = 0; m + 1 < seen.size(); ++m) {
+                EXPECT_EQ(seen[m], static_cast<uint32_t>(VELK_MSG_ANIM_READ_PROGRESS));
+            }
+        }
+        AnimRecord* image = nullptr;
+        if (seen.back() == VELK_MSG_ANIM_READ) {
+            ASSERT_EQ(velk_GetAnimData(&image), 1);
+            ASSERT_NE(image, nullptr);
+            EXPECT_EQ(std::string(reinterpret_cast<char*>(image->data), image->size), frames);
+        }
+        EXPECT_GT(sent.load(), 50) << "the flood was too thin to mean much";
+        EXPECT_TRUE(window.Quiet(20));
+        ExpectToneInformationRead();
+    }
+}
+
+}  // namespace
+}  // namespace velk::test
