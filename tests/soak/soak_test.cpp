@@ -95,6 +95,9 @@ TEST(SoakCancels, CancelAtAnyMomentReturnsAndTheLinkComesBackWithNothingLeft) {
     ASSERT_EQ(velk_SetPortDevice(kCancelPort, phone.DevicePath().c_str()), 1);
     WindowReader window;
     ASSERT_EQ(velk_BeginThread(window.WriteEnd(), kCancelPort, 115200, 1), 1);
+    // The link's threads are all up once it has served an operation.
+    ASSERT_EQ(velk_ReadMidInfo(), 1);
+    ASSERT_EQ(window.UntilFinal(5000), std::vector<uint32_t>{VELK_MSG_MID_INFO_READ});
     const ProcessResources standing = ProcessResources::Now();
 
     std::mt19937 random(99);
