@@ -121,11 +121,17 @@ void SoakSession::Run(int operations) {
 
 SoakSession::Segment SoakSession::PickSegment() {
     Segment segment;
+    // The first phones show each fault once, so that a short run meets them all.
     const unsigned roll = random_() % 20;
-    segment.fault = roll < 10   ? SoakFault::kNone
-                    : roll < 15 ? SoakFault::kRefusal
-                    : roll < 17 ? SoakFault::kSilence
-                                : SoakFault::kHangUp;
+    if (segments_ < kSoakFaults) {
+        segment.fault = static_cast<SoakFault>(segments_);
+    } else {
+        segment.fault = roll < 10   ? SoakFault::kNone
+                        : roll < 15 ? SoakFault::kRefusal
+                        : roll < 17 ? SoakFault::kSilence
+                                    : SoakFault::kHangUp;
+    }
+    ++segments_;
     phonesim::SimulatorOptions& options = segment.options;
     options.noise = random_() % 2 == 0;
     options.split = random_() % 2 == 0;

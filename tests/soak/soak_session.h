@@ -80,6 +80,7 @@ class SoakSession {
     std::mt19937 random_;
     WindowReader window_;
     SoakFigures figures_;
+    std::size_t segments_ = 0;
 };
 
 }  // namespace velk::test
