@@ -22,7 +22,7 @@ using Messages = std::vector<uint32_t>;
 
 constexpr uint8_t kPort = 11;
 
-std::string frames(3 * 1536, 'W');
+std::string imageFrames(std::size_t{3} * 1536, 'W');
 
 int32_t ReadTone() {
     return velk_ReadMid(1);
@@ -33,8 +33,8 @@ int32_t ReadImage() {
 int32_t WriteImage() {
     AnimRecord image{};
     image.id = 2;
-    image.size = static_cast<uint16_t>(frames.size());
-    image.data = reinterpret_cast<uint8_t*>(frames.data());
+    image.size = static_cast<uint16_t>(imageFrames.size());
+    image.data = reinterpret_cast<uint8_t*>(imageFrames.data());
     image.animParamFirst = 25;
     return velk_WriteAnim(image);
 }

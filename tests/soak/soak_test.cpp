@@ -24,7 +24,7 @@ using SteadyClock = std::chrono::steady_clock;
 
 // The heap may hold a little more at the end (the library keeps the last
 // record of each kind), never a growth that comes with every operation.
-constexpr std::size_t kHeapGrowthAllowed = 256 * 1024;
+constexpr std::size_t kHeapGrowthAllowed = std::size_t{256} * 1024;
 
 TEST(Soak, EveryOperationEndsOnceReadsMatchThePhoneAndTheHeapStaysFlat) {
     const int operations = CountFromEnvironment("VELK_SOAK_OPERATIONS", 60);
@@ -68,7 +68,7 @@ int32_t RequestOne(unsigned which, std::string& body) {
         case 4:
             return velk_ReadAnim(2);
         default: {
-            body.assign(2 * 1536, 'F');
+            body.assign(std::size_t{2} * 1536, 'F');
             AnimRecord image{};
             image.id = 1;
             image.size = static_cast<uint16_t>(body.size());
