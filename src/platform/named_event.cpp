@@ -6,12 +6,12 @@ namespace {
 
 using sync_detail::Deadline;
 
-constexpr uint32_t kEventKind = 0x564B4556;  // "VKEV"
+constexpr uint32_t kEventKind = 0x564B4532;  // "VKE2": the layout with a wake-up word
 
 struct EventCell {
     sync_detail::SyncCellHeader header;
     pthread_mutex_t lock;
-    pthread_cond_t changed;
+    sync_detail::SharedSignal changed;
     uint32_t signalled;
     uint64_t edges;
 };
@@ -21,8 +21,7 @@ sync_detail::CellForm EventForm(bool initiallySignalled) {
                 auto* cell = static_cast<EventCell*>(raw);
                 cell->signalled = initiallySignalled ? 1 : 0;
                 cell->edges = 0;
-                return sync_detail::InitSharedMutex(&cell->lock, false) &&
-                       sync_detail::InitSharedCondition(&cell->changed);
+                return sync_detail::InitSharedMutex(&cell->lock, false);
             }};
 }
 
@@ -54,7 +53,7 @@ bool NamedEvent::Set() {
     if (cell->signalled == 0) {
         cell->signalled = 1;
         ++cell->edges;
-        pthread_cond_broadcast(&cell->changed);
+        sync_detail::WakeAll(&cell->changed);
     }
     return true;
 }
@@ -78,9 +77,13 @@ uint32_t NamedEvent::Wait(uint32_t timeoutMs) {
     EventLock lock(cell);
     if (!lock.Held()) return kWaitFailed;
     const Deadline deadline(timeoutMs);
-    while (cell->signalled == 0) {
-        if (timeoutMs == 0 || !sync_detail::WaitCondition(&cell->changed, &cell->lock, deadline)) {
-            return cell->signalled != 0 ? kWaitObject0 : kWaitTimeout;
+    // A Set releases everyone who waits at that moment, even when a Reset
+    // follows before a waiter gets the lock back: a new edge ends the wait.
+    const uint64_t edgesAtStart = cell->edges;
+    auto released = [&] { return cell->signalled != 0 || cell->edges != edgesAtStart; };
+    while (!released()) {
+        if (timeoutMs == 0 || !sync_detail::WaitSignal(&cell->changed, &cell->lock, deadline)) {
+            return released() ? kWaitObject0 : kWaitTimeout;
         }
     }
     return kWaitObject0;
@@ -99,7 +102,7 @@ bool NamedEvent::WaitForEdge(uint64_t& seen, const std::atomic<bool>& stop) {
     const Deadline never(kInfinite);
     while (cell->edges == seen) {
         if (stop.load()) return false;
-        sync_detail::WaitCondition(&cell->changed, &cell->lock, never);
+        sync_detail::WaitSignal(&cell->changed, &cell->lock, never);
     }
     seen = cell->edges;
     return true;
@@ -108,7 +111,7 @@ bool NamedEvent::WaitForEdge(uint64_t& seen, const std::atomic<bool>& stop) {
 void NamedEvent::WakeEdgeWaiters() {
     auto* cell = static_cast<EventCell*>(memory_.View());
     EventLock lock(cell);
-    if (lock.Held()) pthread_cond_broadcast(&cell->changed);
+    if (lock.Held()) sync_detail::WakeAll(&cell->changed);
 }
 
 }  // namespace velk

@@ -8,13 +8,13 @@ namespace {
 
 using sync_detail::Deadline;
 
-constexpr uint32_t kMutexKind = 0x564B4D58;  // "VKMX"
+constexpr uint32_t kMutexKind = 0x564B4D32;  // "VKM2": the layout with a wake-up word
 
 // How often a waiter with a time-out tries the mutex again even when nobody
 // released it: that is how it finds an owner that ended holding it.
 constexpr uint32_t kOwnerCheckMs = 1000;
 
-// The mutex itself, and a gate with a condition on which a timed waiter
+// The mutex itself, and a gate with a wake-up word on which a timed waiter
 // sleeps until the mutex is released. (A timed lock of the mutex itself would
 // do without the gate, but the tools that check our locking cannot follow a
 // timed lock that inherits the mutex of a dead owner.)
@@ -22,14 +22,13 @@ struct MutexCell {
     sync_detail::SyncCellHeader header;
     pthread_mutex_t mutex;
     pthread_mutex_t gate;
-    pthread_cond_t released;
+    sync_detail::SharedSignal released;
 };
 
 bool InitMutexCell(void* raw) {
     auto* cell = static_cast<MutexCell*>(raw);
     return sync_detail::InitSharedMutex(&cell->mutex, true) &&
-           sync_detail::InitSharedMutex(&cell->gate, false) &&
-           sync_detail::InitSharedCondition(&cell->released);
+           sync_detail::InitSharedMutex(&cell->gate, false);
 }
 
 }  // namespace
@@ -53,8 +52,7 @@ uint32_t NamedMutex::Wait(uint32_t timeoutMs) {
         if (!gate.Held()) return kWaitFailed;
         while ((rc = pthread_mutex_trylock(&cell->mutex)) == EBUSY) {
             if (timeoutMs == 0 || deadline.Passed()) return kWaitTimeout;
-            sync_detail::WaitCondition(&cell->released, &cell->gate,
-                                       deadline.Within(kOwnerCheckMs));
+            sync_detail::WaitSignal(&cell->released, &cell->gate, deadline.Within(kOwnerCheckMs));
         }
     }
     if (rc == EOWNERDEAD) {
@@ -68,7 +66,7 @@ bool NamedMutex::Release() {
     auto* cell = static_cast<MutexCell*>(memory_.View());
     if (pthread_mutex_unlock(&cell->mutex) != 0) return false;
     sync_detail::RobustLockGuard gate(&cell->gate);
-    if (gate.Held()) pthread_cond_broadcast(&cell->released);
+    if (gate.Held()) sync_detail::WakeAll(&cell->released);
     return true;
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 using sync_detail::Deadline;
 
-constexpr uint32_t kSemaphoreKind = 0x564B534D;  // "VKSM"
+constexpr uint32_t kSemaphoreKind = 0x564B5332;  // "VKS2": the layout with a wake-up word
 
 // Who released the units still counted. Units of processes beyond the last
 // entry are counted but cannot be reclaimed.
@@ -24,7 +24,7 @@ struct LedgerEntry {
 struct SemaphoreCell {
     sync_detail::SyncCellHeader header;
     pthread_mutex_t lock;
-    pthread_cond_t changed;
+    sync_detail::SharedSignal changed;
     int32_t count;
     int32_t maximum;
     LedgerEntry ledger[kLedgerEntries];
@@ -79,8 +79,7 @@ bool NamedSemaphore::Create(const char* name, int32_t initialCount, int32_t maxi
                                          auto* cell = static_cast<SemaphoreCell*>(raw);
                                          cell->count = initialCount;
                                          cell->maximum = maximumCount;
-                                         return sync_detail::InitSharedMutex(&cell->lock, false) &&
-                                                sync_detail::InitSharedCondition(&cell->changed);
+                                         return sync_detail::InitSharedMutex(&cell->lock, false);
                                      }};
     return sync_detail::AttachCell(memory_, name, sync_detail::CellOpen::kCreateIfMissing, form);
 }
@@ -92,7 +91,7 @@ bool NamedSemaphore::Release(int32_t count, int32_t* previous) {
     if (previous != nullptr) *previous = cell->count;
     cell->count += count;
     Credit(cell, static_cast<int32_t>(getpid()), count);
-    pthread_cond_broadcast(&cell->changed);
+    sync_detail::WakeAll(&cell->changed);
     return true;
 }
 
@@ -102,7 +101,7 @@ uint32_t NamedSemaphore::Wait(uint32_t timeoutMs) {
     if (!lock.Held()) return kWaitFailed;
     const Deadline deadline(timeoutMs);
     while (!TakeLocked(cell)) {
-        if (timeoutMs == 0 || !sync_detail::WaitCondition(&cell->changed, &cell->lock, deadline)) {
+        if (timeoutMs == 0 || !sync_detail::WaitSignal(&cell->changed, &cell->lock, deadline)) {
             return TakeLocked(cell) ? kWaitObject0 : kWaitTimeout;
         }
     }
@@ -121,7 +120,7 @@ uint32_t NamedSemaphore::WaitAvailable(uint32_t timeoutMs) {
     if (!lock.Held()) return kWaitFailed;
     const Deadline deadline(timeoutMs);
     while (cell->count <= 0) {
-        if (timeoutMs == 0 || !sync_detail::WaitCondition(&cell->changed, &cell->lock, deadline)) {
+        if (timeoutMs == 0 || !sync_detail::WaitSignal(&cell->changed, &cell->lock, deadline)) {
             return cell->count > 0 ? kWaitObject0 : kWaitTimeout;
         }
     }

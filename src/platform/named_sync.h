@@ -67,7 +67,8 @@ class NamedEvent {
     bool Set();
     bool Reset();
     bool IsSet();
-    // Waits until the event is signalled; takes nothing from it.
+    // Waits until the event is signalled, or was signalled (and reset again)
+    // while this call waited; takes nothing from it.
     uint32_t Wait(uint32_t timeoutMs);
     // The number of rising edges so far.
     uint64_t Edges();

@@ -1,6 +1,11 @@
 #include "platform/shared_sync_cell.h"
 
+#include <linux/futex.h>
 #include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <climits>
 
 #include <cerrno>
 #include <string>
@@ -62,14 +67,26 @@ bool InitSharedMutex(pthread_mutex_t* mutex, bool recursive) {
     return ok;
 }
 
-bool InitSharedCondition(pthread_cond_t* cond) {
-    pthread_condattr_t attr;
-    if (pthread_condattr_init(&attr) != 0) return false;
-    bool ok = pthread_condattr_setpshared(&attr, PTHREAD_PROCESS_SHARED) == 0 &&
-              pthread_condattr_setclock(&attr, CLOCK_MONOTONIC) == 0 &&
-              pthread_cond_init(cond, &attr) == 0;
-    pthread_condattr_destroy(&attr);
-    return ok;
+void WakeAll(SharedSignal* signal) {
+    std::atomic_ref<uint32_t>(signal->sequence).fetch_add(1, std::memory_order_release);
+    // Not the private form: the word is shared with other processes.
+    syscall(SYS_futex, &signal->sequence, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+}
+
+bool WaitSignal(SharedSignal* signal, pthread_mutex_t* mutex, const Deadline& deadline) {
+    // The counter is read under the lock and every WakeAll moves it under the
+    // same lock, so a wake between the unlock and the sleep makes the kernel
+    // refuse the sleep: nothing is missed.
+    const uint32_t seen =
+        std::atomic_ref<uint32_t>(signal->sequence).load(std::memory_order_acquire);
+    pthread_mutex_unlock(mutex);
+    // The bitset form takes an absolute end on the monotonic clock.
+    const timespec* end = deadline.Infinite() ? nullptr : &deadline.Monotonic();
+    const long rc = syscall(SYS_futex, &signal->sequence, FUTEX_WAIT_BITSET, seen, end, nullptr,
+                            FUTEX_BITSET_MATCH_ANY);
+    const bool timedOut = rc == -1 && errno == ETIMEDOUT;
+    LockRobust(mutex);
+    return !timedOut;
 }
 
 bool AttachCell(SharedMemory& memory, const char* name, CellOpen open, const CellForm& form) {
@@ -132,16 +149,6 @@ bool LockRobust(pthread_mutex_t* mutex) {
     int rc = pthread_mutex_lock(mutex);
     if (rc == EOWNERDEAD) rc = pthread_mutex_consistent(mutex);
     return rc == 0;
-}
-
-bool WaitCondition(pthread_cond_t* cond, pthread_mutex_t* mutex, const Deadline& deadline) {
-    int rc = deadline.Infinite() ? pthread_cond_wait(cond, mutex)
-                                 : pthread_cond_timedwait(cond, mutex, &deadline.Monotonic());
-    if (rc == EOWNERDEAD) {
-        pthread_mutex_consistent(mutex);
-        rc = 0;
-    }
-    return rc != ETIMEDOUT;
 }
 
 bool ProcessEnded(int32_t pid) {

@@ -1,7 +1,7 @@
 // The common ground of the named mutex, event and semaphore (named_sync.h):
 // a small shared-memory object that holds a kind tag, a process-shared robust
-// lock, a process-shared condition on the monotonic clock, and the object's
-// own state behind them. Only named_*.cpp use it.
+// lock, a wake-up word that waiters sleep on, and the object's own state
+// behind them. Only named_*.cpp use it.
 #pragma once
 
 #include <pthread.h>
@@ -23,7 +23,7 @@ class Deadline {
     explicit Deadline(uint32_t timeoutMs);
     bool Infinite() const { return infinite_; }
     bool Passed() const;
-    // The end on the monotonic clock, for condition waits.
+    // The end on the monotonic clock, for the kernel's waits.
     const timespec& Monotonic() const { return end_; }
     // This deadline, or the one `ms` from now if that comes first.
     Deadline Within(uint32_t ms) const;
@@ -40,10 +40,17 @@ struct SyncCellHeader {
     uint32_t kind;
 };
 
-// Initialises a process-shared robust mutex (recursive when asked) and a
-// process-shared condition that measures time-outs on the monotonic clock.
+// Initialises a process-shared robust mutex (recursive when asked).
 bool InitSharedMutex(pthread_mutex_t* mutex, bool recursive);
-bool InitSharedCondition(pthread_cond_t* cond);
+
+// What the waiters of a shared object sleep on until its state changes: a
+// counter that every change moves on, slept on through the kernel's futex.
+// Unlike a process-shared condition variable it keeps no record of who
+// waits, so a process killed in the middle of a wait or a wake leaves nothing
+// that could hold up the others. A fresh (zeroed) signal is ready for use.
+struct SharedSignal {
+    uint32_t sequence;
+};
 
 // What a kind of cell is: its size, its tag, and how a new one's state
 // behind the header is set up (false on failure).
@@ -81,9 +88,15 @@ class RobustLockGuard {
     bool held_;
 };
 
-// Waits on `cond` with `mutex` held until woken or the deadline passes. False
-// on time-out (the lock is held again either way).
-bool WaitCondition(pthread_cond_t* cond, pthread_mutex_t* mutex, const Deadline& deadline);
+// Wakes every waiter of `signal`, in any process; called with the object's
+// lock held, after its state changed.
+void WakeAll(SharedSignal* signal);
+
+// Called with `mutex` held: lets go of it, sleeps until a WakeAll after this
+// call began or the deadline passes, and takes the lock again. False on
+// time-out (the lock is held again either way). A wake may come for another
+// change, so callers look at their state again.
+bool WaitSignal(SharedSignal* signal, pthread_mutex_t* mutex, const Deadline& deadline);
 
 // True when no process of that id is alive any more.
 bool ProcessEnded(int32_t pid);

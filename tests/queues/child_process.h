@@ -62,6 +62,7 @@ class ChildProcess {
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     bool Started() const { return pid_ > 0; }
+    pid_t Pid() const { return pid_; }
     Channel ToChild() const { return Channel(fromChild_, toChild_); }
     bool Send(char step) const { return ToChild().Send(step); }
     char Receive() const { return ToChild().Receive(); }

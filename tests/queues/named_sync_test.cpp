@@ -1,0 +1,110 @@
+// The named objects when a process that waits on one is killed in its wait:
+// the processes left must go on setting, releasing and waiting as before.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <time.h>
+
+#include <atomic>
+#include <string>
+
+#include "child_process.h"
+#include "platform/named_sync.h"
+
+namespace velk {
+namespace {
+
+using test::ChildProcess;
+using test::UniqueName;
+
+void Nap(long ms) {
+    const timespec pause{0, ms * 1000000L};
+    nanosleep(&pause, nullptr);
+}
+
+// Forks a child that opens the objects, says 'w' and blocks in `wait` until
+// it is killed. Returns once it has been killed and reaped.
+template <typename Wait>
+void KillChildInsideWait(Wait wait) {
+    ChildProcess child([&](const ChildProcess::Channel& parent) {
+        parent.Send('w');
+        wait();
+        return 0;
+    });
+    ASSERT_TRUE(child.Started());
+    ASSERT_EQ(child.Receive(), 'w');
+    Nap(50);  // time for the child to fall asleep in the kernel
+    kill(child.Pid(), SIGKILL);
+    EXPECT_EQ(child.Wait(), -1);
+}
+
+TEST(NamedSyncAfterAKilledWaiter, EventStillSetsWakesAndCountsItsEdges) {
+    const std::string name = UniqueName("ev");
+    NamedEvent event;
+    ASSERT_TRUE(event.Create(name.c_str(), false));
+    KillChildInsideWait([&] {
+        NamedEvent mine;
+        if (mine.OpenExisting(name.c_str())) mine.Wait(kInfinite);
+    });
+    KillChildInsideWait([&] {
+        NamedEvent mine;
+        std::atomic<bool> stop{false};
+        uint64_t seen = 0;
+        if (mine.OpenExisting(name.c_str())) mine.WaitForEdge(seen, stop);
+    });
+    // A living waiter in another process is still woken by the Set below.
+    ChildProcess waiter([&](const ChildProcess::Channel& parent) {
+        NamedEvent mine;
+        if (!mine.OpenExisting(name.c_str())) return 1;
+        parent.Send('w');
+        return mine.Wait(ChildProcess::kStepPatienceMs) == kWaitObject0 ? 0 : 2;
+    });
+    ASSERT_EQ(waiter.Receive(), 'w');
+    Nap(50);
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_TRUE(event.Set());
+        EXPECT_TRUE(event.Reset());
+    }
+    event.WakeEdgeWaiters();
+    EXPECT_EQ(waiter.Wait(), 0);
+    EXPECT_EQ(event.Edges(), 3u);
+    EXPECT_EQ(event.Wait(0), kWaitTimeout);
+    event.Close();
+    RemoveNamedObject(name.c_str());
+}
+
+TEST(NamedSyncAfterAKilledWaiter, SemaphoreAndMutexStillPassTheirUnits) {
+    const std::string semName = UniqueName("sem");
+    const std::string mutexName = UniqueName("mx");
+    NamedSemaphore semaphore;
+    NamedMutex mutex;
+    ASSERT_TRUE(semaphore.Create(semName.c_str(), 0, 5));
+    ASSERT_TRUE(mutex.Create(mutexName.c_str()));
+    ASSERT_EQ(mutex.Wait(0), kWaitObject0);
+    KillChildInsideWait([&] {
+        NamedSemaphore mine;
+        if (mine.Create(semName.c_str(), 0, 5)) mine.Wait(kInfinite);
+    });
+    KillChildInsideWait([&] {
+        NamedMutex mine;
+        // A timed wait sleeps on the mutex's gate, not on the mutex.
+        if (mine.Create(mutexName.c_str())) mine.Wait(60000);
+    });
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_TRUE(semaphore.Release(1, nullptr));
+        EXPECT_EQ(semaphore.Wait(1000), kWaitObject0);
+    }
+    EXPECT_TRUE(mutex.Release());
+    ChildProcess taker([&](const ChildProcess::Channel&) {
+        NamedMutex mine;
+        if (!mine.Create(mutexName.c_str())) return 1;
+        return mine.Wait(ChildProcess::kStepPatienceMs) == kWaitObject0 && mine.Release() ? 0 : 2;
+    });
+    EXPECT_EQ(taker.Wait(), 0);
+    semaphore.Close();
+    mutex.Close();
+    RemoveNamedObject(semName.c_str());
+    RemoveNamedObject(mutexName.c_str());
+}
+
+}  // namespace
+}  // namespace velk
