@@ -81,6 +81,15 @@ bool RateIsClose(uint32_t wanted, uint32_t got) {
     return difference <= wanted / kRateToleranceDivisor;
 }
 
+bool LineHungUp(int fd) {
+    pollfd entry{fd, POLLIN, 0};
+    int ready;
+    do {
+        ready = poll(&entry, 1, 0);
+    } while (ready < 0 && errno == EINTR);
+    return ready < 0 || (entry.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+}
+
 }  // namespace
 
 const char* DescribeTtyFault(TtyFault fault) {
@@ -193,7 +202,10 @@ long ReadTtyPort(int fd, char* buffer, std::size_t size) {
     for (;;) {
         const ssize_t count = read(fd, buffer, size);
         if (count > 0) return static_cast<long>(count);
-        if (count == 0) return -1;  // end of file: the other side is gone
+        // With no minimum count a read finds nothing and returns 0 both when
+        // the line has hung up and when the input that woke the reader was
+        // flushed before it got to it; only the first is the end.
+        if (count == 0) return LineHungUp(fd) ? -1 : 0;
         if (errno == EINTR) continue;
         if (errno == EAGAIN || errno == EWOULDBLOCK) return 0;
         return -1;

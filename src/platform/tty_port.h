@@ -59,8 +59,9 @@ enum class PortEvent {
 PortEvent WaitForPortInput(int fd, int stopFd);
 
 // Reads what is there, at most `size` bytes, without waiting. Returns the
-// count, 0 when nothing is there after all, or -1 when the port is gone
-// (end of file, EIO or any other error).
+// count, 0 when nothing is there after all (the input was flushed since the
+// wait), or -1 when the port is gone (end of file on a line that hung up,
+// EIO or any other error).
 long ReadTtyPort(int fd, char* buffer, std::size_t size);
 
 // Writes all `count` bytes, waiting for room as long as needed. False when

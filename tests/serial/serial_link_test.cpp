@@ -333,6 +333,27 @@ INSTANTIATE_TEST_SUITE_P(Flow, BlockedWrite, ::testing::Bool(),
                              return info.param ? "XonXoff" : "RtsCts";
                          });
 
+// The reader may wake for input that a ResetReceive flushes before its
+// read: finding nothing then must not pass for the end of the line.
+TEST_F(LinkOnPty, AReadThatFindsNothingIsNotAHangUp) {
+    TtyFault fault = TtyFault::kNone;
+    const int fd = OpenTtyPort(phone_.DevicePath().c_str(), fault);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(ConfigureTtyPort(fd, 115200, true), TtyFault::kNone);
+    char buffer[16];
+    EXPECT_EQ(ReadTtyPort(fd, buffer, sizeof buffer), 0);
+    phone_.Send("X");
+    const auto until = steady_clock::now() + milliseconds(2000);
+    long count = 0;
+    while ((count = ReadTtyPort(fd, buffer, sizeof buffer)) == 0 && steady_clock::now() < until) {
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    EXPECT_EQ(count, 1);
+    phone_.HangUp();
+    EXPECT_EQ(ReadTtyPort(fd, buffer, sizeof buffer), -1);
+    CloseTtyPort(fd);
+}
+
 TEST_F(LinkOnPty, AHangUpEndsTheLinkAndFreesEverything) {
     ProcessResources before = ProcessResources::Now();
     ASSERT_EQ(Start(), 1);
