@@ -54,6 +54,9 @@ void StopRealWorker() {
     }
     g_pWorkerThread->Join();
     g_pWorkerThread.reset();
+    // A link that fell by itself left its reader thread ended but not yet
+    // joined; a link the worker stopped has nothing left, and this is a no-op.
+    CSerialLink::Instance().StopLink();
     workerThreadId.store(kNoThread);
 }
 
