@@ -30,8 +30,10 @@ struct Registry {
 };
 
 Registry& TheRegistry() {
-    static Registry registry;
-    return registry;
+    // Never destroyed: a thread of a link that the application did not end
+    // may still post or close its queue while the process exits.
+    static Registry* const registry = new Registry();
+    return *registry;
 }
 
 thread_local std::shared_ptr<Queue> t_queue;
