@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <mutex>
 
@@ -12,13 +13,17 @@ namespace {
 // One pipe for the whole process, never closed: a handler that runs on
 // another thread while an InterruptPipe goes away must not write to a
 // descriptor that was closed and perhaps handed out again.
+// The handler may run on any thread, so the write end reaches it through an
+// atomic (lock-free, hence safe in a handler), published once it is open.
 int g_signalPipe[2] = {-1, -1};
+std::atomic<int> g_signalWriteEnd{-1};
 std::once_flag g_signalPipeMade;
 
 void OnSignal(int) {
     const int saved = errno;
     const char byte = 1;
-    (void)!write(g_signalPipe[1], &byte, 1);
+    const int fd = g_signalWriteEnd.load(std::memory_order_acquire);
+    if (fd >= 0) (void)!write(fd, &byte, 1);
     errno = saved;
 }
 
@@ -26,7 +31,11 @@ void OnSignal(int) {
 
 InterruptPipe::InterruptPipe() {
     std::call_once(g_signalPipeMade, [] {
-        if (pipe2(g_signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) g_signalPipe[0] = -1;
+        if (pipe2(g_signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+            g_signalPipe[0] = -1;
+            return;
+        }
+        g_signalWriteEnd.store(g_signalPipe[1], std::memory_order_release);
     });
     if (g_signalPipe[0] < 0) return;
     // A signal of an earlier transfer is no reason to end this one.
