@@ -112,15 +112,19 @@ TEST_F(LineGarbageTest, FloodOfUnsolicitedLinesDuringAnImageReadEndsItOnceAndThe
         SCOPED_TRACE(line);
         std::atomic<bool> stop{false};
         std::atomic<int> sent{0};
+        // Lines go in bursts, so that a loaded machine, which stretches every
+        // pause, still floods the read.
+        constexpr int kBurst = 8;
         std::thread flood([&] {
-            const std::string bytes = std::string("\r\n") + line + "\r\n";
+            std::string bytes;
+            for (int i = 0; i < kBurst; ++i) bytes += std::string("\r\n") + line + "\r\n";
             while (!stop) {
                 phone.Send(bytes);
-                ++sent;
+                sent += kBurst;
                 std::this_thread::sleep_for(std::chrono::microseconds(100));
             }
         });
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        while (sent.load() < 2 * kBurst) std::this_thread::sleep_for(std::chrono::milliseconds(1));
         ASSERT_TRUE(Request([] { return velk_ReadAnim(2); }));
         const Messages seen = window.UntilFinal();
         stop = true;
