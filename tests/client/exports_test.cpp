@@ -252,14 +252,6 @@ TEST_F(Exports, ALinkThatFallsEndsTheOperationAndRefusesFromThenOn) {
     EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_MID_INFO_READ));
 }
 
-TEST_F(Exports, AReaderThatWentAwayDoesNotHurtTheApplication) {
-    window.CloseReadEnd();
-    ASSERT_EQ(velk_ReadMidInfo(), 1);
-    ASSERT_TRUE(worker.WaitForCommands(3));
-    EXPECT_TRUE(WaitIdle());
-    EXPECT_EQ(CurrentTransferState().resultFlag, 1);
-}
-
 TEST_F(Exports, EndReturnsWhileAFinalMessageWaitsForRoom) {
     // Fill the pipe from our side so the library's final message cannot go.
     const int flags = fcntl(window.WriteEnd(), F_GETFL);

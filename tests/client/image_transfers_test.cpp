@@ -80,32 +80,6 @@ TEST_F(ImageTransfersWithTable, InformationAloneIsTold) {
               kTable);
 }
 
-TEST_F(ImageTransfersWithTable, ReadOfThreeFramesJoinsThemWithoutHeads) {
-    const std::string frames[] = {FrameText('a'), FrameText('h'), FrameText('p')};
-    for (uint8_t i = 0; i < 3; ++i) worker.AnswerNext(kCmdImageRead, FrameLines(10 + i, frames[i]));
-    ASSERT_EQ(velk_ReadAnim(2), 1);
-    EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_ANIM_READ_PROGRESS, VELK_MSG_ANIM_READ_PROGRESS,
-                                      VELK_MSG_ANIM_READ));
-    EXPECT_THAT(worker.CommandIds(), ElementsAre(AT, ATE0, kCmdImageInfo, AT, ATE0, kCmdImageRead,
-                                                 kCmdImageRead, kCmdImageRead));
-    std::vector<uint8_t> asked;
-    for (const ATCommandBlock& b : worker.Commands()) {
-        if (b.commandId == kCmdImageRead) asked.push_back(b.request.slot.slot);
-    }
-    EXPECT_THAT(asked, ElementsAre(10, 11, 12));
-
-    AnimRecord* image = nullptr;
-    ASSERT_EQ(velk_GetAnimData(&image), 1);
-    ASSERT_NE(image, nullptr);
-    EXPECT_EQ(image->id, 2);
-    EXPECT_EQ(std::string(image->name, image->nameLength), "Pic");
-    EXPECT_EQ(image->animParamFirst, 25);
-    EXPECT_EQ(image->animParamLast, 4);
-    ASSERT_EQ(image->size, 3 * kFrame);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(image->data), image->size),
-              frames[0] + frames[1] + frames[2]);
-}
-
 TEST_F(ImageTransfersWithTable, ReadOfOneFrameHasNoProgressAndUsesTheLowByte) {
     worker.AnswerNext(kCmdImageRead, FrameLines(44, FrameText('q')));
     ASSERT_EQ(velk_ReadAnim(3), 1);
@@ -122,34 +96,6 @@ TEST_F(ImageTransfersWithTable, ReadWithoutTheImageStartEndsRefused) {
     EXPECT_EQ(Finish().back(), VELK_MSG_ANIM_READ_REFUSED);
 }
 
-TEST_F(ImageTransfersWithTable, WriteOfThreeFramesGoesOutIn39Chunks) {
-    const std::string frames[] = {FrameText('a'), FrameText('h'), FrameText('p')};
-    const std::string data = frames[0] + frames[1] + frames[2];
-    ASSERT_EQ(velk_WriteAnim(Image(2, data)), 1);
-    EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_ANIM_WRITE_PROGRESS, VELK_MSG_ANIM_WRITE_PROGRESS,
-                                      VELK_MSG_ANIM_WRITE_PROGRESS, VELK_MSG_ANIM_WRITTEN));
-    const auto chunks = ImageChunks(worker);
-    ASSERT_EQ(chunks.size(), 39u);
-    for (std::size_t f = 0; f < 3; ++f) {
-        SCOPED_TRACE(f);
-        std::string sent;
-        for (std::size_t c = 0; c < 13; ++c) {
-            const RequestImageChunk& chunk = chunks[f * 13 + c];
-            EXPECT_EQ(chunk.slot, 10 + f);
-            EXPECT_EQ(chunk.chunkIndex, c + 1);
-            EXPECT_EQ(chunk.bodyLength, c < 12 ? 128 : 4);
-            EXPECT_EQ(chunk.animParamFirst, 25);
-            EXPECT_EQ(chunk.animParamSecond, 3);
-            EXPECT_EQ(chunk.animParamLast, 4);
-            EXPECT_EQ(std::string(chunk.name, chunk.nameLength), "Pic");
-            sent.append(chunk.body, chunk.bodyLength);
-        }
-        EXPECT_EQ(chunks[f * 13].chunkCount, 12);
-        EXPECT_EQ(chunks[f * 13].chunkRest, 4);
-        EXPECT_EQ(sent, "6040" + frames[f]);
-    }
-}
-
 TEST_F(ImageTransfersWithTable, WriteSendsOnlyWholeFrames) {
     const std::string data = FrameText('a') + std::string(3000 - kFrame, 'r');
     ASSERT_EQ(velk_WriteAnim(Image(1, data)), 1);
@@ -158,20 +104,6 @@ TEST_F(ImageTransfersWithTable, WriteSendsOnlyWholeFrames) {
     ASSERT_EQ(chunks.size(), 13u);
     EXPECT_EQ(chunks[0].slot, 5);
     EXPECT_EQ(chunks[0].animParamSecond, 1);
-}
-
-TEST_F(ImageTransfersWithTable, ImagesTheTableDoesNotListEndAfterTheInformationStep) {
-    const std::string data = FrameText('a');
-    for (uint8_t id : {0, 4, 200}) {
-        SCOPED_TRACE(id);
-        const std::size_t before = worker.CommandIds().size();
-        ASSERT_EQ(velk_ReadAnim(id), 1);
-        EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_ANIM_READ_REFUSED));
-        ASSERT_EQ(velk_WriteAnim(Image(id, data)), 1);
-        EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_ANIM_WRITE_REFUSED));
-        EXPECT_THAT(IdsFrom(before), ElementsAre(AT, ATE0, kCmdImageInfo, AT, ATE0, kCmdImageInfo));
-        EXPECT_EQ(CurrentTransferState().resultFlag, 0);
-    }
 }
 
 TEST_F(ImageTransfersWithTable, EachRefusalHasItsMessage) {
@@ -201,64 +133,6 @@ TEST_F(ImageTransfersWithTable, EachRefusalHasItsMessage) {
         EXPECT_EQ(Finish().back(), c.message);
         EXPECT_EQ(CurrentTransferState().resultFlag, 0);
     }
-    // A failed information step forgets the transfer that was to follow.
-    worker.AnswerNext(kCmdImageInfo, {Error("ERROR")});
-    ASSERT_EQ(velk_ReadAnim(1), 1);
-    EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_ANIM_INFO_REFUSED));
-    const std::size_t before = worker.CommandIds().size();
-    ASSERT_EQ(velk_ReadAnimInfo(), 1);
-    EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_ANIM_INFO_READ));
-    EXPECT_THAT(IdsFrom(before), ElementsAre(AT, ATE0, kCmdImageInfo));
-}
-
-TEST_F(ImageTransfersWithTable, RefusedInformationReleasesTheTable) {
-    ASSERT_EQ(velk_ReadAnimInfo(), 1);
-    Finish();
-    worker.AnswerNext(kCmdImageInfo, {Error("ERROR")});
-    ASSERT_EQ(velk_ReadAnimInfo(), 1);
-    EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_ANIM_INFO_REFUSED));
-    // Any good result opens the fetch exports again; the table is gone.
-    ASSERT_EQ(velk_ReadMidInfo(), 1);
-    Finish();
-    AnimInfoRecord* info = reinterpret_cast<AnimInfoRecord*>(&info);
-    EXPECT_EQ(velk_GetAnimInfo(&info), 1);
-    EXPECT_EQ(info, nullptr);
-}
-
-TEST_F(ImageTransfersWithTable, AChunkTimeOutEndsTheWriteAndTheNextStartsAtChunkOne) {
-    const std::string data = FrameText('a');
-    for (int i = 0; i < 4; ++i) worker.AnswerNext(kCmdImageWrite, {Done()});
-    worker.AnswerNext(kCmdImageWrite, {TimedOut()});
-    ASSERT_EQ(velk_WriteAnim(Image(1, data)), 1);
-    EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_TIMED_OUT));
-    ASSERT_EQ(ImageChunks(worker).size(), 5u);
-
-    ASSERT_EQ(velk_WriteAnim(Image(1, data)), 1);
-    EXPECT_EQ(Finish().back(), VELK_MSG_ANIM_WRITTEN);
-    const auto chunks = ImageChunks(worker);
-    ASSERT_EQ(chunks.size(), 5u + 13u);
-    EXPECT_EQ(chunks[5].chunkIndex, 1);
-    EXPECT_EQ(chunks[5].chunkCount, 12);
-}
-
-TEST_F(ImageTransfersWithTable, CancelDuringAWriteRebuildsTheLinkSilently) {
-    const std::string data = FrameText('a') + FrameText('b');
-    for (int i = 0; i < 3; ++i) worker.AnswerNext(kCmdImageWrite, {Done()});
-    worker.AnswerNext(kCmdImageWrite, {});  // the phone keeps the fourth chunk
-    ASSERT_EQ(velk_WriteAnim(Image(1, data)), 1);
-    ASSERT_TRUE(worker.WaitForCommands(3 + 2 + 4));
-    EXPECT_EQ(velk_CancelCurrentAction(), 1);
-    EXPECT_TRUE(window.Quiet(200));
-
-    const auto starts = worker.Starts();
-    ASSERT_EQ(starts.size(), 2u);
-    EXPECT_EQ(starts[1].port, kPort);
-    EXPECT_EQ(starts[1].baudRate, kBaud);
-    EXPECT_TRUE(starts[1].softwareFlow);
-    EXPECT_NE(starts[1].controller, starts[0].controller);
-
-    ASSERT_EQ(velk_ReadAnimInfo(), 1);
-    EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_ANIM_INFO_READ));
 }
 
 }  // namespace

@@ -202,56 +202,6 @@ TEST_F(ToneTransfers, ReadResultsFollowWhatThePhoneSent) {
     }
 }
 
-struct ChunkExpect {
-    uint8_t index;
-    uint8_t count;
-    uint8_t rest;
-    uint8_t length;
-    uint8_t check;
-};
-
-TEST_F(ToneTransfers, WriteCutsTheBodyIntoChunksOf128) {
-    struct Case {
-        std::size_t size;
-        std::vector<ChunkExpect> chunks;
-    };
-    const Case cases[] = {
-        {0, {{1, 0, 0, 0, 0}}},
-        {3, {{1, 0, 3, 3, 99}}},  // "abc": 97 ^ 98 ^ 99 ^ 3
-        {100, {{1, 0, 100, 100, 104}}},
-        {128, {{1, 1, 0, 128, 152}, {2, 0, 0, 0, 0}}},
-        {261, {{1, 2, 5, 128, 152}, {2, 0, 0, 128, 148}, {3, 0, 0, 5, 104}}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.size);
-        std::string body;
-        for (std::size_t i = 0; i < c.size; ++i) body += static_cast<char>('a' + i % 26);
-        const std::size_t before = ToneChunks(worker).size();
-        ASSERT_EQ(velk_WriteMid(Tone(7, "Tune", body)), 1);
-        EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_MID_WRITTEN));
-
-        auto chunks = ToneChunks(worker);
-        chunks.erase(chunks.begin(), chunks.begin() + static_cast<std::ptrdiff_t>(before));
-        ASSERT_EQ(chunks.size(), c.chunks.size());
-        std::string sent;
-        for (std::size_t i = 0; i < chunks.size(); ++i) {
-            const RequestToneChunk& got = chunks[i];
-            const ChunkExpect& want = c.chunks[i];
-            EXPECT_EQ(got.chunkIndex, want.index);
-            EXPECT_EQ(got.chunkCount, want.count);
-            EXPECT_EQ(got.chunkRest, want.rest);
-            ASSERT_EQ(got.bodyLength, want.length);
-            EXPECT_EQ(got.check, want.check);
-            EXPECT_EQ(got.slot, 7);
-            EXPECT_EQ(std::string(got.name, got.nameLength), "Tune");
-            EXPECT_EQ(got.kind, 2);
-            EXPECT_EQ(got.flag, 1);
-            sent.append(got.body, got.bodyLength);
-        }
-        EXPECT_EQ(sent, body);
-    }
-}
-
 TEST_F(ToneTransfers, WriteStopsAtAZeroByteButKeepsTheDeclaredChunkCount) {
     std::string body(200, 'z');
     body[130] = '\0';
@@ -261,22 +211,6 @@ TEST_F(ToneTransfers, WriteStopsAtAZeroByteButKeepsTheDeclaredChunkCount) {
     ASSERT_EQ(chunks.size(), 2u);
     EXPECT_EQ(chunks[0].bodyLength, 128);
     EXPECT_EQ(chunks[1].bodyLength, 2);
-}
-
-TEST_F(ToneTransfers, AChunkTimeOutEndsTheWriteAndTheNextStartsAtChunkOne) {
-    const std::string body(300, 'k');
-    worker.AnswerNext(kCmdToneWrite, {Done()});
-    worker.AnswerNext(kCmdToneWrite, {TimedOut()});
-    ASSERT_EQ(velk_WriteMid(Tone(3, "T", body)), 1);
-    EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_TIMED_OUT));
-    ASSERT_EQ(ToneChunks(worker).size(), 2u);
-
-    ASSERT_EQ(velk_WriteMid(Tone(3, "T", body)), 1);
-    EXPECT_THAT(Finish(), ElementsAre(VELK_MSG_MID_WRITTEN));
-    const auto chunks = ToneChunks(worker);
-    ASSERT_EQ(chunks.size(), 5u);
-    EXPECT_EQ(chunks[2].chunkIndex, 1);
-    EXPECT_EQ(chunks[2].chunkCount, 2);
 }
 
 }  // namespace
