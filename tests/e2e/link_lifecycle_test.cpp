@@ -1,9 +1,8 @@
 // The life of a link on a real device: the start on a good and a bad device,
-// the line it sets up, the close-down that leaves nothing behind, a phone
-// that hangs up, a write that flow control holds for ever, calls from many
-// threads, and a window that is full or has no reader.
+// the close-down that leaves nothing behind, a phone that hangs up, a write
+// that flow control holds for ever, calls from many threads, and a window
+// without a reader.
 #include <dirent.h>
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -83,39 +82,6 @@ TEST_F(LinkLifecycleTest, StartSendsNothingAndTheEndLeavesNoThreadNorDescriptor)
         << "before: " << ::testing::PrintToString(before)
         << ", now: " << ::testing::PrintToString(ProcessResources::Now());
     EXPECT_EQ(velk_EndThread(), 1) << "a second end does nothing";
-}
-
-struct LineCase {
-    uint32_t baudRate;
-    int32_t softwareFlow;
-    speed_t speed;  // as the line reports it; 0: an arbitrary rate
-};
-
-const LineCase kLines[] = {
-    {9600, 1, B9600},
-    {115200, 0, B115200},
-    {250000, 1, 0},
-};
-
-// The line as the phone's side of the pseudo-terminal sees it while the
-// link stands: raw 8N1 at the rate asked for, with the flow control chosen.
-TEST_F(LinkLifecycleTest, LineIsSetUpAsAskedAndServesAnOperation) {
-    for (const LineCase& c : kLines) {
-        SCOPED_TRACE(c.baudRate);
-        ASSERT_EQ(velk_BeginThread(window.WriteEnd(), kPhonePort, c.baudRate, c.softwareFlow), 1);
-        termios line{};
-        ASSERT_TRUE(phone.LineSettings(line));
-        EXPECT_EQ(line.c_cflag & (CSIZE | PARENB | CSTOPB), static_cast<tcflag_t>(CS8));
-        EXPECT_EQ(line.c_lflag & (ICANON | ECHO | ISIG), 0u);
-        EXPECT_EQ((line.c_iflag & (IXON | IXOFF)) != 0, c.softwareFlow != 0);
-        EXPECT_EQ((line.c_cflag & CRTSCTS) != 0, c.softwareFlow == 0);
-        if (c.speed != 0) {
-            EXPECT_EQ(cfgetospeed(&line), c.speed);
-        }
-        ASSERT_TRUE(Request(velk_ReadMidInfo));
-        EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
-        EXPECT_EQ(velk_EndThread(), 1);
-    }
 }
 
 struct HangUpCase {
@@ -262,39 +228,6 @@ TEST_F(LinkLifecycleTest, WindowWithoutReaderDropsMessagesAndTheLinkGoesOn) {
     EXPECT_EQ(phone.ReceivedLines(), (Lines{"AT", "ATE0", "AT+RNGI", "AT", "ATE0", "AT+RNGI"}));
     MidInfoRecord* info = nullptr;
     EXPECT_TRUE(Eventually([&] { return velk_GetMidInfo(&info) == 1; }));
-}
-
-// The application's window is full: the final message waits for room (no
-// message is lost), and an end of the link does not wait for it.
-TEST_F(LinkLifecycleTest, FullWindowHoldsTheFinalMessageButNotTheEnd) {
-    const int size = fcntl(window.WriteEnd(), F_SETPIPE_SZ, 4096);
-    ASSERT_GT(size, 0);
-    const std::string filler(static_cast<std::size_t>(size), '\0');
-    const auto fill = [&] {
-        return write(window.WriteEnd(), filler.data(), filler.size()) == size;
-    };
-    const auto drain = [&] {
-        std::string sink(filler.size(), ' ');
-        return read(window.ReadEnd(), sink.data(), sink.size()) == size;
-    };
-    ASSERT_EQ(Begin(), 1);
-
-    ASSERT_TRUE(fill());
-    ASSERT_EQ(velk_ReadMidInfo(), 1);
-    ASSERT_TRUE(phone.WaitForLines(3, std::chrono::seconds(3)));
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    ASSERT_TRUE(drain());
-    EXPECT_EQ(window.Next(), std::optional<uint32_t>(VELK_MSG_MID_INFO_READ));
-
-    ASSERT_TRUE(fill());
-    ASSERT_TRUE(Request(velk_ReadMidInfo));
-    ASSERT_TRUE(phone.WaitForLines(6, std::chrono::seconds(3)));
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    auto ended = std::async(std::launch::async, velk_EndThread);
-    const bool atOnce = ended.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
-    if (!atOnce) drain();  // let it go, so that the test can end
-    EXPECT_TRUE(atOnce) << "the end waited for room in the window";
-    EXPECT_EQ(ended.get(), 1);
 }
 
 }  // namespace

@@ -88,15 +88,6 @@ class PhoneModel {
         if (it == frames_.end()) return std::nullopt;
         return it->second;
     }
-    std::string AnimParamOf(uint8_t frame) const {
-        std::lock_guard<std::mutex> hold(mutex_);
-        auto it = animParams_.find(frame);
-        return it == animParams_.end() ? std::string() : it->second;
-    }
-    void SetImageName(std::string name) {
-        std::lock_guard<std::mutex> hold(mutex_);
-        imageName_ = std::move(name);
-    }
 
     // A RING from the network between every two lines of a reply.
     void SetRingBetweenLines(bool on) {
@@ -274,11 +265,9 @@ class PhoneModel {
         if (f.size() != 10 || f[2] != "2" || f[3] != "1") return false;
         const int frame = Number(f[0]);
         if (frame < 0) return false;
-        return TakeChunk(frameWrite_, {f[1], f[4], f[5], f[6], f[7], f[8], f[9]},
-                         [&](Collecting& done) {
-                             frames_[static_cast<uint8_t>(frame)] = done.text;
-                             animParams_[static_cast<uint8_t>(frame)] = done.animParam;
-                         });
+        return TakeChunk(
+            frameWrite_, {f[1], f[4], f[5], f[6], f[7], f[8], f[9]},
+            [&](Collecting& done) { frames_[static_cast<uint8_t>(frame)] = done.text; });
     }
 
     // Chunk 1 opens a tone or frame with its size as whole chunks and rest;
@@ -341,8 +330,7 @@ class PhoneModel {
     std::map<uint8_t, Tone> tones_;
     std::vector<std::pair<uint16_t, uint16_t>> imageTable_;
     std::map<uint8_t, std::string> frames_;
-    std::map<uint8_t, std::string> animParams_;
-    std::string imageName_ = "Sunrise";
+    const std::string imageName_ = "Sunrise";
     std::string toneInfoLine_ = "+RNGI: \"Melodies\",12,3,40";
     bool ringBetweenLines_ = false;
     int ignoredAttentions_ = 0;

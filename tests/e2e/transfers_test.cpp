@@ -257,18 +257,6 @@ TEST_F(TransferTest, ImageReadJoinsTheFramesWithoutTheirHeads) {
               (std::vector<uint16_t>{2, 1, 3, 10}));
 }
 
-TEST_F(TransferTest, ImageWrittenThenReadComesBackTheSame) {
-    std::string frames = Frames(2, 60);
-    ASSERT_EQ(velk_WriteAnim(ImageRecord(1, "Anim", frames)), 1);
-    EXPECT_EQ(window.UntilFinal(), (Messages{1224, 1224, VELK_MSG_ANIM_WRITTEN}));
-    ASSERT_TRUE(Request([] { return velk_ReadAnim(1); }));
-    EXPECT_EQ(window.UntilFinal(), (Messages{VELK_MSG_ANIM_READ_PROGRESS, VELK_MSG_ANIM_READ}));
-    AnimRecord* image = nullptr;
-    ASSERT_EQ(velk_GetAnimData(&image), 1);
-    ASSERT_NE(image, nullptr);
-    EXPECT_EQ(Text(image->data, image->size), frames);
-}
-
 // The phone lists two images: any other number ends the operation after
 // the information step, with nothing read or written.
 TEST_F(TransferTest, ImageNumberThePhoneDoesNotListEndsAfterTheInformation) {
