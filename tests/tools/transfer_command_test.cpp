@@ -2,7 +2,6 @@
 // simulated phone: what they write, the sentence and exit code of every
 // outcome, and the parts they stand on (arguments, device faults, files,
 // the progress line).
-#include <signal.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -16,7 +15,6 @@
 #include <iterator>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "phone_sim/phone_simulator.h"
@@ -427,30 +425,6 @@ TEST_F(TransferCommand, SilentPhoneEndsWithFiveAndAHangUpWithSix) {
     const Ran ran = Velkport("tone-get", {"1"}, hangingUp);
     EXPECT_EQ(ran.code, kExitLinkLost);
     EXPECT_THAT(ran.err, HasSubstr("was lost"));
-}
-
-TEST_F(TransferCommand, CtrlCCancelsTheTransferAndClosesTheLink) {
-    // A slow line: the three frames take seconds.
-    auto run = std::async(std::launch::async, [&] {
-        return Velkport("image-get", {"2", "--baud", "9600"});
-    });
-    // The signal may come only once the program has taken it over.
-    struct sigaction current {};
-    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    do {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        sigaction(SIGINT, nullptr, &current);
-    } while (current.sa_handler == SIG_DFL && std::chrono::steady_clock::now() < until);
-    ASSERT_NE(current.sa_handler, SIG_DFL);
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    kill(getpid(), SIGINT);
-    const Ran ran = run.get();
-    EXPECT_EQ(ran.code, kExitInterrupted);
-    EXPECT_THAT(ran.err, HasSubstr("velkport image-get: interrupted: the running operation was "
-                                   "cancelled and the link closed.\n"));
-    sigaction(SIGINT, nullptr, &current);
-    EXPECT_EQ(current.sa_handler, SIG_DFL) << "the former handler is back";
-    EXPECT_EQ(velk_ReadMidInfo(), 0) << "no link stands";
 }
 
 }  // namespace
