@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -135,12 +134,6 @@ TEST(ParamToByteList, AppendsToWhatTheListHolds) {
     std::vector<uint8_t> list{7};
     ASSERT_EQ(ParamToByteList("0102", list), 1);
     EXPECT_EQ(list, (std::vector<uint8_t>{7, 1, 2}));
-}
-
-TEST(NewWordList, GivesAnEmptyListOwnedByTheCaller) {
-    std::unique_ptr<WordList> list(NewWordList());
-    ASSERT_NE(list, nullptr);
-    EXPECT_TRUE(list->empty());
 }
 
 }  // namespace

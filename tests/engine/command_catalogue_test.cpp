@@ -95,18 +95,5 @@ TEST(CommandCatalogue, IdsOutsideTheCatalogueHaveNoText) {
     EXPECT_EQ(CatalogueText(1224 + 13), nullptr);  // a message number is not an id
 }
 
-TEST(CommandCatalogue, MessageReadIdsAllSendTheSameText) {
-    // They differ only in parameters and in how their reply is decoded.
-    const std::vector<int32_t> readIds = {61,  119, 133, 134, 135, 138, 141, 143, 144, 145,
-                                          147, 148, 149, 150, 190, 191, 192, 194, 195, 196,
-                                          197, 198, 199, 200, 201, 202, 203, 204, 205, 206};
-    for (int32_t id : readIds) {
-        SCOPED_TRACE("id " + std::to_string(id));
-        ASSERT_NE(CatalogueText(id), nullptr);
-        EXPECT_STREQ(CatalogueText(id), "AT+CMGR=");
-    }
-    EXPECT_EQ(CatalogueText(193), nullptr);
-}
-
 }  // namespace
 }  // namespace velk

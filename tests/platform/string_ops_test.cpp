@@ -71,5 +71,20 @@ TEST(StringOps, FindAndEqualCompareBytes) {
     EXPECT_FALSE(BeginsWith("AT+RNGR", "AT+RNGR="));
 }
 
+// The phone's character set uses bytes above 127, and a line may carry a
+// zero byte: every byte value is found in a set, and only itself.
+TEST(StringOps, EveryByteValueIsFoundAndOnlyItself) {
+    for (int value = 0; value < 256; ++value) {
+        const char byte = static_cast<char>(value);
+        const char other = static_cast<char>((value + 128) % 256);
+        std::string text(3, other);
+        text += byte;
+        text += other;
+        EXPECT_EQ(SpanExcluding(text, std::string(1, byte)).size(), 3u) << value;
+        EXPECT_EQ(TrimLeft(text, std::string(1, other)), std::string(1, byte) + other) << value;
+        EXPECT_EQ(TrimRight(text, std::string(1, other)), std::string(3, other) + byte) << value;
+    }
+}
+
 }  // namespace
 }  // namespace velk

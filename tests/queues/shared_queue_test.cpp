@@ -271,13 +271,5 @@ TEST_F(SharedQueueTest, TwoProcessesPassItemsAcrossTheWrap) {
     EXPECT_EQ(child.Wait(), 0);
 }
 
-TEST(SharedQueueErrors, TextsByIndex) {
-    const char* expected[] = {"", "can't find the file nexum.exe", "exe init error",
-                              "systeminfo init error", "systemqueue init error"};
-    for (int i = 0; i < 5; ++i) EXPECT_STREQ(CSharedQueue::ErrorText(i), expected[i]);
-    EXPECT_STREQ(CSharedQueue::ErrorText(5), "");
-    EXPECT_STREQ(CSharedQueue::ErrorText(-1), "");
-}
-
 }  // namespace
 }  // namespace velk

@@ -53,12 +53,5 @@ TEST(NormaliseReference, AgreesOnRandomLinesOfTheMarks) {
     }
 }
 
-TEST(NormaliseReference, KnownLines) {
-    EXPECT_EQ(NormaliseParameters(" 1 , \"a b\" ,145\r\n"), "1,\"a b\",145\r");
-    EXPECT_EQ(NormaliseParameters("(1--5),((2)),\r\n"), "(1-5),(2),\r");
-    EXPECT_EQ(NormaliseParameters(""), "\r");
-    EXPECT_EQ(NormaliseParameters("x\ny,z"), "x\r");
-}
-
 }  // namespace
 }  // namespace velk

@@ -49,6 +49,34 @@ TEST_F(ReceiveQueueTest, TakeOnAnEmptyQueueLeavesTheArgumentsAlone) {
     EXPECT_EQ(length, 77u);
     char* none = nullptr;
     ReleaseLine(none);  // a null buffer is fine
+    std::string line = "kept";
+    EXPECT_FALSE(TakeLineText(line));
+    EXPECT_EQ(line, "kept");
+    Push("OK\r\n");
+    ClearLines();
+    EXPECT_FALSE(TakeLineText(line));
+    EXPECT_EQ(line, "kept");
+}
+
+// TakeLineText: the reader's way to take a line without a copy, beside the
+// copying take.
+TEST_F(ReceiveQueueTest, TakeLineTextTakesWholeLinesInOrder) {
+    const std::string binary("+IMGR: 1,\"a\0b\"\r\n", 17);
+    Push("+CPBR: 1,\"+4930555\",145,\"A long enough name\"\r\n");
+    Push(binary);
+    Push("OK\r\n");
+
+    std::string line = "left over from the line before";
+    ASSERT_TRUE(TakeLineText(line));
+    EXPECT_EQ(line, "+CPBR: 1,\"+4930555\",145,\"A long enough name\"\r\n");
+    ASSERT_TRUE(TakeLineText(line));
+    EXPECT_EQ(line, binary);  // a zero byte is kept: the reader decides
+    char* buffer = nullptr;
+    uint32_t length = 0;
+    ASSERT_TRUE(TakeLine(buffer, length));
+    EXPECT_EQ(std::string(buffer, length), "OK\r\n");
+    ReleaseLine(buffer);
+    EXPECT_EQ(HasLine(), 0);
 }
 
 struct DefaultDevice {

@@ -85,11 +85,6 @@ void FakePhone::ReplyToPrefix(const std::string& prefix, std::vector<std::string
     AddRule({prefix, true, PhoneAction::kReply, std::move(lines), delayMs});
 }
 
-void FakePhone::SetDefaultReply(std::vector<std::string> lines) {
-    std::lock_guard<std::mutex> hold(mutex_);
-    defaultReply_ = std::move(lines);
-}
-
 void FakePhone::SetResponder(Responder responder) {
     std::lock_guard<std::mutex> hold(mutex_);
     responder_ = std::move(responder);

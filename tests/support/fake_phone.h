@@ -68,8 +68,6 @@ class FakePhone {
     void ReplyToPrefix(const std::string& prefix, std::vector<std::string> lines,
                        uint32_t delayMs = 0);
     void SetResponder(Responder responder);
-    // The answer to a command that nothing else answers; "ERROR" at the start.
-    void SetDefaultReply(std::vector<std::string> lines);
     void SetEcho(bool on);
 
     // --- Acting now. Each but Send returns once the phone has done it.
@@ -124,7 +122,7 @@ class FakePhone {
     mutable std::condition_variable changed_;
     std::vector<PhoneRule> rules_;
     Responder responder_;
-    std::vector<std::string> defaultReply_{"ERROR"};
+    std::vector<std::string> defaultReply_{"ERROR"};  // to a command nothing else answers
     bool echo_ = true;
     bool stopping_ = false;
     Request request_ = Request::kNone;
