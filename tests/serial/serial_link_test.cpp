@@ -223,32 +223,6 @@ TEST_F(LinkOnPty, CommandsGoOutAsTypedAndComeBackInCapitals) {
     EXPECT_EQ(empty, "");
 }
 
-// The other tests lean on the fake phone's script; this pins what it does.
-TEST_F(LinkOnPty, ThePhoneAnswersByItsScript) {
-    phone_.Reply("AT", {"OK"});
-    phone_.Reply("ATE0", {"OK"});
-    phone_.ReplyToPrefix("AT+RNGI", {"+RNGI: \"Ring\",1", "OK"}, 20);
-    phone_.ReplyToPrefix("AT+RNGW", {"OK"});
-    phone_.AddRule({"AT+RNGW=9", true, test::PhoneAction::kSilence, {}, 0});
-    phone_.SetResponder([](const std::string& command, std::vector<std::string>& lines) {
-        if (command != "AT+CGMI") return false;
-        lines = {"Velk", "OK"};
-        return true;
-    });
-    ASSERT_EQ(Start(), 1);
-    for (const char* command : {"AT", "ate0", "at+rngi", "AT+RNGW=9,1", "AT+CGMI", "AT+BOGUS"}) {
-        std::string text = command;
-        SendCommand(text);
-    }
-    const char* expected[] = {"AT\r\n", "OK\r\n",   "ate0\r\n", "OK\r\n",   "+RNGI: \"Ring\",1\r\n",
-                              "OK\r\n", "Velk\r\n", "OK\r\n",   "ERROR\r\n"};
-    for (const char* line : expected) {
-        ASSERT_EQ(NextMessage(), AT_MSG_LINE_RECEIVED) << line;
-        EXPECT_EQ(TakeText(), line);
-    }
-    EXPECT_EQ(phone_.ReceivedLines().size(), 6u);
-}
-
 TEST_F(LinkOnPty, ResetReceiveForgetsWhatCameBefore) {
     ASSERT_EQ(Start(), 1);
     phone_.Send("OLD\r\nPARTIAL");

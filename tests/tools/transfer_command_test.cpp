@@ -396,14 +396,6 @@ TEST_F(TransferCommand, BadArgumentsAndInputFilesAreUsageErrors) {
     }
 }
 
-TEST_F(TransferCommand, MissingDeviceIsNamedAndEndsWithThree) {
-    const Ran ran = Velkport("tones", {"--device", "/nonexistent"});
-    EXPECT_EQ(ran.code, kExitNoDevice);
-    EXPECT_EQ(ran.err,
-              "velkport tones: the device /nonexistent does not exist: is the phone plugged in, "
-              "and is this its name?\n");
-}
-
 TEST_F(TransferCommand, SilentPhoneEndsWithFiveAndAHangUpWithSix) {
     {
         // The library's waits run on this clock, so the three tries of AT
