@@ -86,24 +86,6 @@ TEST_F(ToneTransfers, ErrorToEitherOpeningCommandEndsWithOpeningRefused) {
     }
 }
 
-TEST_F(ToneTransfers, OtherErrorTextToTheOpeningTimesOutOnTheTickClock) {
-    TestTickClock clock(1000);
-    worker.AnswerNext(ATE0, {Error("+CME ERROR: 100")});
-    ASSERT_EQ(velk_ReadMidInfo(), 1);
-    ASSERT_TRUE(worker.WaitForCommands(2));
-    EXPECT_TRUE(window.Quiet(100));
-    uint32_t advanced = 0;
-    std::optional<uint32_t> message;
-    while (!message && advanced < 30000) {
-        clock.Advance(500);
-        advanced += 500;
-        message = window.Next(20);
-    }
-    EXPECT_EQ(message, VELK_MSG_TIMED_OUT);
-    EXPECT_GE(advanced, kOpeningSilenceMs);
-    EXPECT_TRUE(WaitIdle());
-}
-
 TEST_F(ToneTransfers, OpeningGoesOnWhenTheAnswerFollowsAnOtherErrorText) {
     TestTickClock clock(0);
     worker.AnswerNext(AT, {Error("NO CARRIER")});
