@@ -114,6 +114,7 @@ using velk::CATTransferThread;
 
 extern "C" {
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the header's order
 VELK_API int32_t velk_BeginThread(VelkWindow window, uint8_t port, uint32_t baudRate,
                                   int32_t softwareFlow) {
     return velk::Guarded([&]() -> int32_t {

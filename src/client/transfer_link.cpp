@@ -20,6 +20,7 @@ bool CATTransferThread::CreateThread() {
     return true;
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the order of velk_BeginThread
 void CATTransferThread::SetLinkParameters(uint8_t port, uint32_t rate, int32_t flow) {
     portNumber = port;
     baudRate = rate;

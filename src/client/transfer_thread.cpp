@@ -350,6 +350,7 @@ void CATTransferThread::SendEchoOff() {
     SendCommand(NewCommand(kCmdEchoOff));
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): id first, as every command block
 bool CATTransferThread::SendSingle(int32_t id, uint8_t slot) {
     CommandBlockPtr block = NewCommand(id);
     if (block) block->request.slot.slot = slot;

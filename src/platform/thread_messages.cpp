@@ -87,6 +87,8 @@ void CloseThreadQueue(const std::function<void(const ThreadMessage&)>& disposeLe
     t_id = kNoThread;
 }
 
+// The two parameters keep the order every thread message has had.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters)
 bool PostThreadMessage(ThreadId target, uint32_t message, uintptr_t wParam, intptr_t lParam) {
     std::shared_ptr<Queue> queue = Find(target);
     if (!queue) return false;

@@ -74,6 +74,7 @@ bool WindowSink::PostProgress(uint32_t message) {
 
 // Waiting before the write keeps a descriptor in blocking mode from blocking
 // the writer: a pipe that polls writable takes one record of 16 bytes.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): descriptor first, as poll
 WindowSink::Room WindowSink::WaitForRoom(int fd, int timeoutMs) const {
     pollfd fds[2] = {{fd, POLLOUT, 0}, {stopFd_, POLLIN, 0}};
     for (;;) {

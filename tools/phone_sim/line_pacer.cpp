@@ -22,6 +22,7 @@ LinePacer::Clock::time_point LinePacer::Finish(Clock::time_point ready, std::siz
     return std::max(free_, ready) + byteTime_ * static_cast<int64_t>(count);
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): earlier point first
 std::size_t LinePacer::Crossed(Clock::time_point ready, Clock::time_point now,
                                std::size_t count) const {
     if (!Paced()) return count;

@@ -18,6 +18,7 @@ bool SixDigits(const std::string& param) {
 
 // `head` is the line up to the part number, with its comma; `param` is
 // empty for a tone line, else the param field with its comma.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): head before parameters, as on the line
 std::vector<std::string> PartLines(const std::string& head, const std::string& param,
                                    const std::string& text) {
     std::vector<std::string> lines;
@@ -49,6 +50,7 @@ std::vector<std::string> TonePartLines(int slot, const std::string& name, const 
     return PartLines("+RNGR: " + std::to_string(slot) + ",\"" + name + "\",", "", text);
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the order of the information line
 std::vector<std::string> FramePartLines(int frame, const std::string& name,
                                         const std::string& param, const std::string& text) {
     const std::string paramField = SixDigits(param) ? '"' + param + "\"," : std::string(",");

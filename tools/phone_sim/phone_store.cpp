@@ -126,6 +126,7 @@ bool PhoneStore::SaveIndex() const {
 
 // Written beside the file and renamed over it, so that a reader never sees
 // half a file.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): where, then what
 bool PhoneStore::SaveText(const std::string& file, const std::string& text) const {
     if (dir_.empty()) return true;
     const fs::path target = fs::path(dir_) / file;
@@ -155,6 +156,7 @@ const std::string* PhoneStore::Frame(int number) const {
     return found == frames_.end() ? nullptr : &found->second;
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the order of the information line
 bool PhoneStore::PutFrame(int number, const std::string& name, const std::string& param,
                           std::string text) {
     frames_[number] = std::move(text);

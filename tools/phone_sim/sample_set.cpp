@@ -54,6 +54,7 @@ std::string Frame(const std::function<bool(int x, int y)>& dot) {
     return Hex(bytes);
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): point, then circle
 bool Ring(int x, int y, int cx, int cy, int r) {
     const int d = (x - cx) * (x - cx) + (y - cy) * (y - cy);
     return d <= r * r && d >= (r - 2) * (r - 2);
@@ -63,6 +64,7 @@ bool Disc(int x, int y, int cx, int cy, int r) {
     return (x - cx) * (x - cx) + (y - cy) * (y - cy) <= r * r;
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): sizes, then texts
 Phonebook NumberedBook(int size, int used, const char* prefix, const char* namePrefix) {
     Phonebook book;
     book.size = size;

@@ -9,6 +9,7 @@ std::string DeviceOfPort(uint8_t port) {
     return "/dev/ttyS" + std::to_string(port - 1);
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the device, then what it did
 std::string DeviceFaultSentence(const std::string& path, TtyFault fault, int error, uint32_t baud) {
     const std::string device = "the device " + path;
     switch (fault) {

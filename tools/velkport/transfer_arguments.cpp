@@ -45,6 +45,7 @@ bool ReadExtra(std::string_view name, std::string_view value, TransferArgs& pars
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): arguments, then what they must hold
 std::optional<TransferArgs> ParseTransferArgs(CommandArgs args, std::size_t positionals,
                                               unsigned extras, std::string& problem) {
     TransferArgs parsed;

@@ -36,6 +36,7 @@ std::optional<std::string> ReadTransferFile(const std::string& path, std::string
     return text;
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): where, then what
 bool WriteTransferFile(const std::string& path, const std::string& text, std::string& problem) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     if (out) out.write(text.data(), static_cast<std::streamsize>(text.size()));

@@ -39,6 +39,7 @@ std::string EndSentence(std::string_view text) {
     return sentence;
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): what, then where
 Outcome DescribeEnd(const OperationEnd& end, std::string_view target, std::string_view device) {
     switch (end.kind) {
         case OperationEnd::Kind::kInterrupted:
