@@ -47,7 +47,9 @@ std::vector<std::string> PeerArguments(const BenchState& state, const Peer& peer
         out << "[gammu]\ndevice = " << device << "\nconnection = at" << state.settings.baud << "\n";
         return {"gammu", "-c", config, "getmemory", "SM", "1", "100"};
     }
-    return {"gsmpb", "-s", device, "-d", "-",
+    // gsmpb takes "-" as a file name: its copy of the phone book goes to the
+    // work directory, not to wherever the benchmark was started.
+    return {"gsmpb", "-s", device, "-d", state.settings.workDir + "/gsmpb-copy",
             "-c",    "-p", "SM",   "-b", std::to_string(state.settings.baud)};
 }
 
