@@ -233,6 +233,12 @@ void PhoneSimulator::OnCommand(const std::string& line, Clock::time_point now) {
         std::fflush(log_);
     }
     if (options_.hangupAfter != 0 && count == options_.hangupAfter) {
+        {
+            // Said before the line goes, so that whoever sees the hang-up
+            // finds the phone ended.
+            std::lock_guard<std::mutex> hold(mutex_);
+            endedFlag_ = true;
+        }
         line_.Close();
         input_.clear();
         output_.clear();

@@ -50,6 +50,7 @@ class PhoneSimulator {
     // itself (after --hangup-after): for a program's poll loop. -1 before
     // Start.
     int EndedDescriptor() const { return ended_; }
+    // True from the moment the phone hangs up, before its line closes.
     bool Ended() const;
 
     // Command lines received since Start, empty ones not counted.
