@@ -23,8 +23,7 @@ std::unique_ptr<CATWorkerThread> g_pWorkerThread;
 
 constexpr uint32_t kStopRetryPauseMs = 50;
 
-// The order of the arguments is that of StartWorker, which passes them on.
-// NOLINTNEXTLINE(bugprone-easily-swappable-parameters)
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the order of StartWorker
 int StartRealWorker(ThreadId controller, uint8_t port, uint32_t baudRate, bool softwareFlow) {
     std::lock_guard<std::mutex> hold(g_workerMutex);
     g_pWorkerThread.reset();  // a worker left from an earlier link

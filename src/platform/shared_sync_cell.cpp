@@ -5,9 +5,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <climits>
-
 #include <cerrno>
+#include <climits>
 #include <string>
 
 #include "platform/thread_messages.h"

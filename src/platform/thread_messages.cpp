@@ -87,8 +87,7 @@ void CloseThreadQueue(const std::function<void(const ThreadMessage&)>& disposeLe
     t_id = kNoThread;
 }
 
-// The two parameters keep the order every thread message has had.
-// NOLINTNEXTLINE(bugprone-easily-swappable-parameters)
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): wParam before lParam, as ever
 bool PostThreadMessage(ThreadId target, uint32_t message, uintptr_t wParam, intptr_t lParam) {
     std::shared_ptr<Queue> queue = Find(target);
     if (!queue) return false;

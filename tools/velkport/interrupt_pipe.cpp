@@ -12,10 +12,10 @@ namespace {
 
 // One pipe for the whole process, never closed: a handler that runs on
 // another thread while an InterruptPipe goes away must not write to a
-// descriptor that was closed and perhaps handed out again.
-// The handler may run on any thread, so the write end reaches it through an
-// atomic (lock-free, hence safe in a handler), published once it is open.
-int g_signalPipe[2] = {-1, -1};
+// descriptor that was closed and perhaps handed out again. The handler may
+// run on any thread, so the write end reaches it through an atomic
+// (lock-free, hence safe in a handler), published once it is open.
+int g_signalReadEnd = -1;
 std::atomic<int> g_signalWriteEnd{-1};
 std::once_flag g_signalPipeMade;
 
@@ -31,18 +31,17 @@ void OnSignal(int) {
 
 InterruptPipe::InterruptPipe() {
     std::call_once(g_signalPipeMade, [] {
-        if (pipe2(g_signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
-            g_signalPipe[0] = -1;
-            return;
-        }
-        g_signalWriteEnd.store(g_signalPipe[1], std::memory_order_release);
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return;
+        g_signalReadEnd = ends[0];
+        g_signalWriteEnd.store(ends[1], std::memory_order_release);
     });
-    if (g_signalPipe[0] < 0) return;
+    if (g_signalReadEnd < 0) return;
     // A signal of an earlier transfer is no reason to end this one.
     char leftover[64];
-    while (read(g_signalPipe[0], leftover, sizeof leftover) > 0) {
+    while (read(g_signalReadEnd, leftover, sizeof leftover) > 0) {
     }
-    readFd_ = g_signalPipe[0];
+    readFd_ = g_signalReadEnd;
     struct sigaction action {};
     action.sa_handler = &OnSignal;
     sigemptyset(&action.sa_mask);
