@@ -5,8 +5,11 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <sched.h>
 
+#include <atomic>
+#include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -21,7 +24,31 @@ struct Queue {
     std::condition_variable cv;
     std::deque<ThreadMessage> messages;
     bool closed = false;
+    // messages.size(), kept under the mutex, read without it by a thread
+    // that looks for a message before it sleeps.
+    std::atomic<std::size_t> queued{0};
+
+    void Count() { queued.store(messages.size(), std::memory_order_release); }
 };
+
+// While a dialogue with the phone runs, the library's threads answer one
+// another within microseconds: a line goes from the serial reader to the
+// worker, a result to the transfer thread, the next command back. A thread
+// asleep in the kernel takes tens of microseconds to wake on another core,
+// several times what the answer takes, and that time would sit between a
+// reply and the next command. So a thread about to sleep first looks for its
+// message for a short while, yielding its core between looks so that any
+// thread with work (the one it waits for, above all) runs first. An idle
+// thread pays this once, then sleeps.
+constexpr std::chrono::microseconds kLookBeforeSleeping{100};
+
+void LookBeforeSleeping(const Queue& queue) {
+    const auto until = std::chrono::steady_clock::now() + kLookBeforeSleeping;
+    while (queue.queued.load(std::memory_order_acquire) == 0 &&
+           std::chrono::steady_clock::now() < until) {
+        sched_yield();
+    }
+}
 
 struct Registry {
     std::mutex mutex;
@@ -79,6 +106,7 @@ void CloseThreadQueue(const std::function<void(const ThreadMessage&)>& disposeLe
         std::lock_guard<std::mutex> hold(t_queue->mutex);
         t_queue->closed = true;
         leftover.swap(t_queue->messages);
+        t_queue->Count();
     }
     if (disposeLeftover) {
         for (const ThreadMessage& m : leftover) disposeLeftover(m);
@@ -95,6 +123,7 @@ bool PostThreadMessage(ThreadId target, uint32_t message, uintptr_t wParam, intp
         std::lock_guard<std::mutex> hold(queue->mutex);
         if (queue->closed || queue->messages.size() >= kMaxQueuedMessages) return false;
         queue->messages.push_back({message, wParam, lParam});
+        queue->Count();
     }
     // Woken once the lock is free, the receiver takes the message at once
     // instead of waking only to wait for the lock again.
@@ -113,7 +142,10 @@ bool PeekThreadMessage(ThreadMessage& out, uint32_t first, uint32_t last, bool r
     for (auto it = queue->messages.begin(); it != queue->messages.end(); ++it) {
         if (!InRange(*it, first, last)) continue;
         out = *it;
-        if (remove) queue->messages.erase(it);
+        if (remove) {
+            queue->messages.erase(it);
+            queue->Count();
+        }
         return true;
     }
     return false;
@@ -122,15 +154,18 @@ bool PeekThreadMessage(ThreadMessage& out, uint32_t first, uint32_t last, bool r
 void GetThreadMessage(ThreadMessage& out) {
     EnsureThreadQueue();
     Queue* queue = t_queue.get();
+    LookBeforeSleeping(*queue);
     std::unique_lock<std::mutex> lock(queue->mutex);
     queue->cv.wait(lock, [queue] { return !queue->messages.empty(); });
     out = queue->messages.front();
     queue->messages.pop_front();
+    queue->Count();
 }
 
 bool WaitForThreadMessage(uint32_t timeoutMs) {
     EnsureThreadQueue();
     Queue* queue = t_queue.get();
+    if (timeoutMs != 0) LookBeforeSleeping(*queue);
     std::unique_lock<std::mutex> lock(queue->mutex);
     return WaitOnTickClock(queue->cv, lock, timeoutMs,
                            [queue] { return !queue->messages.empty(); });

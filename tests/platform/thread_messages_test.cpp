@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <time.h>
+
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -86,6 +88,22 @@ TEST(ThreadMessages, PostWakesAWaiterAtOnce) {
     t.join();
     EXPECT_TRUE(woke);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+}
+
+// Before it sleeps a waiter looks for its message for a moment; a wait that
+// finds none must still give the core back rather than spin through it.
+TEST(ThreadMessages, AWaitWithNoMessageUsesAlmostNoCpu) {
+    double cpuMs = 0;
+    bool got = true;
+    OnOwnThread([&] {
+        timespec before{}, after{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &before);
+        got = WaitForThreadMessage(300);
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &after);
+        cpuMs = (after.tv_sec - before.tv_sec) * 1e3 + (after.tv_nsec - before.tv_nsec) / 1e6;
+    });
+    EXPECT_FALSE(got);
+    EXPECT_LT(cpuMs, 30.0);
 }
 
 TEST(TickClock, TestClockEndsTimedWaitsItPasses) {
