@@ -1,5 +1,8 @@
 #include "response/response_grammar.h"
 
+#include <algorithm>
+#include <array>
+
 #include "platform/string_ops.h"
 
 namespace velk {
@@ -97,11 +100,30 @@ const ResponseGrammarRow responseGrammarTable[kGrammarRowCount] = {
     {"LOGOR", 82, 1, {2, 15, 15, 15}, 1, {2, 15, 15, 15}},
 };
 
+namespace {
+
+// The rows ordered by head, each head's rows in table order, so that a binary
+// search finds the same row as a search from the top. Every reply line looks
+// its head up here.
+using RowIndex = std::array<const ResponseGrammarRow*, kGrammarRowCount>;
+
+RowIndex BuildRowIndex() {
+    RowIndex index{};
+    for (std::size_t i = 0; i < kGrammarRowCount; ++i) index[i] = &responseGrammarTable[i];
+    std::stable_sort(index.begin(), index.end(), [](const auto* a, const auto* b) {
+        return std::string_view(a->head) < std::string_view(b->head);
+    });
+    return index;
+}
+
+}  // namespace
+
 const ResponseGrammarRow* FindGrammarRow(std::string_view head) {
-    for (const ResponseGrammarRow& row : responseGrammarTable) {
-        if (Equal(row.head, head)) return &row;
-    }
-    return nullptr;
+    static const RowIndex index = BuildRowIndex();
+    const auto it = std::lower_bound(
+        index.begin(), index.end(), head,
+        [](const ResponseGrammarRow* row, std::string_view h) { return row->head < h; });
+    return it != index.end() && Equal((*it)->head, head) ? *it : nullptr;
 }
 
 }  // namespace velk

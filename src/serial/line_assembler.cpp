@@ -1,5 +1,8 @@
 #include "serial/line_assembler.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace velk {
 namespace {
 
@@ -9,7 +12,24 @@ constexpr char kLf = '\n';
 }  // namespace
 
 void LineAssembler::Feed(const char* bytes, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) Deliver(bytes[i]);
+    std::size_t i = 0;
+    while (i < count) {
+        if (discarding_ || lineLength_ >= kLineCapacity) {
+            Deliver(bytes[i++]);
+            continue;
+        }
+        // Only an LF can end a line: the bytes before it, as far as the line
+        // has room, go into the line at once; the LF takes the byte path.
+        const std::size_t span = std::min(count - i, std::size_t{kLineCapacity - lineLength_});
+        const void* lf = std::memchr(bytes + i, kLf, span);
+        const std::size_t plain =
+            lf != nullptr ? static_cast<std::size_t>(static_cast<const char*>(lf) - (bytes + i))
+                          : span;
+        std::memcpy(lineBuffer_.data() + lineLength_, bytes + i, plain);
+        lineLength_ += static_cast<uint32_t>(plain);
+        i += plain;
+        if (lf != nullptr) Deliver(bytes[i++]);
+    }
 }
 
 void LineAssembler::Reset() {

@@ -199,9 +199,10 @@ TEST_P(GrammarRowTest, RowStandsInItsPlace) {
     EXPECT_EQ(row.responseCode, expected.code);
     EXPECT_EQ(Signature(row.quotedCount, row.quotedTypes), Types(expected.quoted));
     EXPECT_EQ(Signature(row.plainCount, row.plainTypes), Types(expected.plain));
-    const ResponseGrammarRow* found = FindGrammarRow(expected.head);
-    ASSERT_NE(found, nullptr);
-    EXPECT_EQ(found->responseCode, expected.code);
+    // A head that stands twice is found at its first row.
+    std::size_t first = 0;
+    while (std::string_view(responseGrammarTable[first].head) != expected.head) ++first;
+    EXPECT_EQ(FindGrammarRow(expected.head), &responseGrammarTable[first]);
 }
 
 TEST_P(GrammarRowTest, AcceptsItsSignaturesAndRefusesTheRest) {

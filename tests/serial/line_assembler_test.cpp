@@ -61,6 +61,10 @@ TEST(LineAssemblyLimits, ALineThatJustFitsIsHandedOnWhole) {
     c.FeedBounded(line);
     ASSERT_EQ(c.lines.size(), 1u);
     EXPECT_EQ(c.lines[0], line);
+
+    Collected whole;
+    whole.FeedEach({line + line});
+    EXPECT_EQ(whole.lines, (std::vector<std::string>{line, line}));
 }
 
 struct OverlongCase {
@@ -79,6 +83,11 @@ TEST_P(OverlongLine, IsDroppedAndTheNextLineComesThrough) {
     c.FeedBounded("OK\r\n");
     EXPECT_EQ(c.lines, std::vector<std::string>{"OK\r\n"});
     EXPECT_EQ(c.assembler.LineLength(), 0u);
+
+    // The same bytes in one read, as a burst from the port brings them.
+    Collected whole;
+    whole.FeedEach({GetParam().overlong + "OK\r\n"});
+    EXPECT_EQ(whole.lines, std::vector<std::string>{"OK\r\n"});
 }
 
 constexpr std::size_t kCap = LineAssembler::kLineCapacity;
