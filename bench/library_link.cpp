@@ -50,10 +50,11 @@ LibraryLink::~LibraryLink() {
     if (writeFd_ >= 0) close(writeFd_);
 }
 
-bool LibraryLink::Begin(const std::string& device, uint32_t baud, int64_t& wallNs) {
+bool LibraryLink::Begin(const std::string& device, uint32_t baud, bool softwareFlow,
+                        int64_t& wallNs) {
     if (velk_SetPortDevice(kPort, device.c_str()) != 1) return false;
     const int64_t start = MonotonicNs();
-    linked_ = velk_BeginThread(writeFd_, kPort, baud, 1) == 1;
+    linked_ = velk_BeginThread(writeFd_, kPort, baud, softwareFlow ? 1 : 0) == 1;
     wallNs = MonotonicNs() - start;
     return linked_;
 }

@@ -25,9 +25,10 @@ class LibraryLink {
     LibraryLink(const LibraryLink&) = delete;
     LibraryLink& operator=(const LibraryLink&) = delete;
 
-    // Maps the port to `device` and opens the link; the wall time of
-    // velk_BeginThread in `wallNs`. False when it refused.
-    bool Begin(const std::string& device, uint32_t baud, int64_t& wallNs);
+    // Maps the port to `device` and opens the link with XON/XOFF or RTS/CTS
+    // flow; the wall time of velk_BeginThread in `wallNs`. False when it
+    // refused.
+    bool Begin(const std::string& device, uint32_t baud, bool softwareFlow, int64_t& wallNs);
     // velk_EndThread; its wall time.
     int64_t End();
 

@@ -64,7 +64,8 @@ TransferRun RunTransfers(const BenchState& state, const std::string& name,
     }
     LibraryLink link;
     int64_t beginNs = 0;
-    if (!link.Begin(phone.DevicePath(), state.settings.baud, beginNs)) {
+    if (!link.Begin(phone.DevicePath(), state.settings.baud, state.settings.softwareFlow,
+                    beginNs)) {
         run.fault = "velk_BeginThread refused " + phone.DevicePath();
         return run;
     }

@@ -24,6 +24,11 @@ struct BenchSettings {
     int starts = 10;
     uint32_t baud = 115200;
     bool peers = false;
+    // RTS/CTS by default: the kernel then hands the bytes of the line on as
+    // they come, as it does for the floor's raw line. With XON/XOFF its line
+    // discipline looks at every byte received for the flow characters, which
+    // the floor does not pay.
+    bool softwareFlow = false;
 };
 
 struct BenchState {

@@ -14,9 +14,11 @@ namespace {
 
 constexpr const char kUsage[] =
     "usage: velk-bench-link [--frames N] [--tone-bytes N] [--idle-seconds N] [--starts N]\n"
-    "                       [--parts abcdf] [--peers] [--work DIR] [--no-header]\n"
+    "                       [--parts abcdf] [--peers] [--xon-xoff] [--work DIR]\n"
+    "                       [--no-header]\n"
     "Parts: (a) own time per command, (b) the line rate, (c) start and stop,\n"
-    "(d) idle CPU, (f) the peers (with --peers). All by default.\n";
+    "(d) idle CPU, (f) the peers (with --peers). All by default.\n"
+    "The library's line has RTS/CTS flow, or XON/XOFF with --xon-xoff.\n";
 
 bool ReadInt(const char* text, int& value) {
     char* end = nullptr;
@@ -43,6 +45,8 @@ int main(int argc, char** argv) {
         bool ok = true;
         if (option == "--peers") {
             settings.peers = true;
+        } else if (option == "--xon-xoff") {
+            settings.softwareFlow = true;
         } else if (option == "--no-header") {
             header = false;
         } else if (value != nullptr && option == "--parts") {

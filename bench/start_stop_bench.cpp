@@ -41,7 +41,8 @@ void MeasureStartStop(BenchState& state) {
     for (int i = 0; i < state.settings.starts && fault.empty(); ++i) {
         LibraryLink link;
         int64_t beginNs = 0;
-        if (!link.Begin(phone.DevicePath(), state.settings.baud, beginNs)) {
+        if (!link.Begin(phone.DevicePath(), state.settings.baud, state.settings.softwareFlow,
+                        beginNs)) {
             fault = "velk_BeginThread refused";
             break;
         }
@@ -81,8 +82,8 @@ void MeasureIdle(BenchState& state) {
     std::string error;
     LibraryLink link;
     int64_t beginNs = 0;
-    if (!phone.Start({0, "idle"}, error) ||
-        !link.Begin(phone.DevicePath(), state.settings.baud, beginNs)) {
+    if (!phone.Start({0, "idle"}, error) || !link.Begin(phone.DevicePath(), state.settings.baud,
+                                                        state.settings.softwareFlow, beginNs)) {
         table.Add({"(d) idle CPU", "not measured: " + error, "", false});
         return;
     }

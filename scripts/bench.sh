@@ -8,6 +8,8 @@
 #   scripts/bench.sh --peers    also gammu and gsmlib side by side, installed
 #                               from Debian's packages when missing
 #   scripts/bench.sh --quick    short transfers and a short idle span
+#   scripts/bench.sh --xon-xoff the library's line with XON/XOFF flow
+#                               (RTS/CTS otherwise)
 #
 # VELK_BENCH_BUILD names the build tree (default: build-bench).
 set -euo pipefail
@@ -19,8 +21,9 @@ link_options=()
 for argument in "$@"; do
   case $argument in
     --peers) peers=1 ;;
+    --xon-xoff) link_options+=(--xon-xoff) ;;
     --quick) link_options+=(--frames 3 --tone-bytes 2000 --idle-seconds 2 --starts 3) ;;
-    -h|--help) sed -n '2,13p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    -h|--help) sed -n '2,15p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *) echo "bench.sh: unknown option $argument" >&2; exit 2 ;;
   esac
 done
