@@ -5,16 +5,15 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <sched.h>
-
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+
+#include "platform/look_before_sleeping.h"
 
 namespace velk {
 namespace {
@@ -31,22 +30,9 @@ struct Queue {
     void Count() { queued.store(messages.size(), std::memory_order_release); }
 };
 
-// While a dialogue with the phone runs, the library's threads answer one
-// another within microseconds: a line goes from the serial reader to the
-// worker, a result to the transfer thread, the next command back. A thread
-// asleep in the kernel takes tens of microseconds to wake on another core,
-// several times what the answer takes, and that time would sit between a
-// reply and the next command. So a thread about to sleep first looks for its
-// message for a short while, yielding its core between looks so that any
-// thread with work (the one it waits for, above all) runs first. An idle
-// thread pays this once, then sleeps.
-constexpr std::chrono::microseconds kLookBeforeSleeping{100};
-
 void LookBeforeSleeping(const Queue& queue) {
-    const auto until = std::chrono::steady_clock::now() + kLookBeforeSleeping;
-    while (queue.queued.load(std::memory_order_acquire) == 0 &&
-           std::chrono::steady_clock::now() < until) {
-        sched_yield();
+    const LookWindow window;
+    while (queue.queued.load(std::memory_order_acquire) == 0 && window.LookAgain()) {
     }
 }
 

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <iterator>
 
+#include "platform/look_before_sleeping.h"
 #include "platform/tty_baud.h"
 
 namespace velk {
@@ -182,10 +183,16 @@ void CloseTtyPort(int fd) {
     close(fd);
 }
 
-PortEvent WaitForPortInput(int fd, int stopFd) {
+PortEvent WaitForPortInput(int fd, int stopFd, bool lookFirst) {
     pollfd entries[2] = {{fd, POLLIN, 0}, {stopFd, POLLIN, 0}};
+    const LookWindow window(lookFirst);
+    bool looking = lookFirst;
     for (;;) {
-        const int ready = poll(entries, 2, -1);
+        const int ready = poll(entries, 2, looking ? 0 : -1);
+        if (ready == 0) {
+            looking = window.LookAgain();
+            continue;
+        }
         if (ready < 0) {
             if (errno == EINTR) continue;
             return PortEvent::kFailed;

@@ -55,8 +55,10 @@ enum class PortEvent {
 };
 
 // Waits without limit for input on `fd` or for `stopFd` to become readable.
-// A stop wins over input that came at the same time.
-PortEvent WaitForPortInput(int fd, int stopFd);
+// A stop wins over input that came at the same time. With `lookFirst` it
+// looks for either for a short while before it sleeps (look_before_sleeping.h):
+// the next reply may be on its way already.
+PortEvent WaitForPortInput(int fd, int stopFd, bool lookFirst);
 
 // Reads what is there, at most `size` bytes, without waiting. Returns the
 // count, 0 when nothing is there after all (the input was flushed since the

@@ -167,14 +167,18 @@ void CSerialLink::ReaderLoop() {
     const int fd = portFd_.load();
     const int stopFd = stop_.Fd();
     std::array<char, kChunkSize> chunk;
+    bool lineCame = false;
     for (;;) {
-        const PortEvent event = WaitForPortInput(fd, stopFd);
+        // After a line, the next one or the reply to the command that it
+        // brings about may follow within microseconds.
+        const PortEvent event = WaitForPortInput(fd, stopFd, lineCame);
         if (event == PortEvent::kStopped) return;
         if (event == PortEvent::kFailed) {
             FailLink();
             return;
         }
         long count;
+        const uint64_t linesBefore = linesHandedOn_;
         {
             std::lock_guard<std::mutex> receive(receiveMutex_);
             count = ReadTtyPort(fd, chunk.data(), chunk.size());
@@ -184,10 +188,12 @@ void CSerialLink::ReaderLoop() {
             FailLink();
             return;
         }
+        lineCame = linesHandedOn_ != linesBefore;
     }
 }
 
 void CSerialLink::OnLine(const char* line, uint32_t length) {
+    ++linesHandedOn_;
     if (PushLine(line, length) != 0) PostToWorker(AT_MSG_LINE_RECEIVED);
 }
 

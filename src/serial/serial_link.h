@@ -102,6 +102,7 @@ class CSerialLink {
     std::atomic<uint32_t> receivePaused_{0};
     std::atomic<bool> stopRequested_{false};
     LineAssembler assembler_;
+    uint64_t linesHandedOn_ = 0;  // the reader's own count of the lines it assembled
 
     std::atomic<TtyFault> lastFault_{TtyFault::kNone};
     std::atomic<int> lastError_{0};

@@ -236,6 +236,10 @@ TEST_F(LinkOnPty, ResetReceiveForgetsWhatCameBefore) {
 
 TEST_F(LinkOnPty, AnIdleLinkUsesNoProcessorTime) {
     ASSERT_EQ(Start(), 1);
+    // After a line the reader looks for the next one for a moment, then
+    // sleeps like a reader that never had one.
+    phone_.Send("OK\r\n");
+    ASSERT_EQ(NextMessage(), AT_MSG_LINE_RECEIVED);
     Link().ResetReceive();
     timespec before{};
     timespec after{};
