@@ -9,6 +9,9 @@
 //  - PeekThreadMessage filters by a number range and may leave the message.
 //  - WaitForThreadMessage ends on a posted message or a time-out measured on
 //    the tick clock (tick_clock.h), whichever comes first.
+//  - A waiter looks for its message for a moment before it sleeps
+//    (look_before_sleeping.h), so that a message posted right after is
+//    taken without a wake-up.
 #pragma once
 
 #include <cstdint>
