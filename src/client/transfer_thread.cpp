@@ -171,13 +171,14 @@ bool CATTransferThread::NextMessage(ThreadMessage& message) {
         return true;
     }
     if (!openingSilenceArmed) {
-        GetThreadMessage(message);
+        GetThreadMessage(message, &resultWait);
         return true;
     }
     for (;;) {
         const uint32_t waited = GetTickCount() - openingSilenceSince;
         if (waited >= kOpeningSilenceMs) return false;
-        if (WaitForThreadMessage(kOpeningSilenceMs - waited) && PeekThreadMessage(message)) {
+        if (WaitForThreadMessage(kOpeningSilenceMs - waited, &resultWait) &&
+            PeekThreadMessage(message)) {
             return true;
         }
     }

@@ -229,6 +229,7 @@ class CATTransferThread {
     int32_t atRetryCount = 0;
     bool openingSilenceArmed = false;
     uint32_t openingSilenceSince = 0;
+    LookHabit resultWait;  // whether results come fast enough to look for
 
     uint8_t midChunkIndex = 1;
     std::string midChunkText;

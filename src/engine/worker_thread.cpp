@@ -109,7 +109,8 @@ void CATWorkerThread::RunWorkerLoop() {
         emptyWatcher_.Start(*empty, [self] { PostThreadMessage(self, AT_MSG_TICK, 0, 0); });
     }
     while (!ended_) {
-        if (!WaitForThreadMessage(kWorkerWaitMs)) {
+        if (!WaitForThreadMessage(kWorkerWaitMs,
+                                  sendState == kSendWaiting ? &replyWait_ : nullptr)) {
             PostThreadMessage(self, AT_MSG_TICK, 0, 0);
             TickDispatcher();
             continue;

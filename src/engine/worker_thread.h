@@ -94,6 +94,10 @@ class CATWorkerThread {
     std::atomic<ThreadId> threadId_{kNoThread};
     std::thread thread_;
     CNamedEventWatcher emptyWatcher_;
+    // The waits for the phone's reply learn whether it comes fast enough to
+    // look for; the waits for the next command always look, the transfer
+    // thread sends it right after a result.
+    LookHabit replyWait_;
 };
 
 }  // namespace velk

@@ -35,4 +35,28 @@ class LookWindow {
     std::chrono::steady_clock::time_point until_;
 };
 
+// An answer that comes within this comes from a fast line or a phone that
+// answers at once. On a serial line a reply takes longer: a chunk and its
+// "OK" are 15 ms at 115200 Bd, still 2 ms at 921600 Bd.
+inline constexpr std::chrono::microseconds kQuickAnswer{1000};
+
+// Whether the waits of one kind should look before they sleep. On a fast line
+// a look catches the work, or most of the time it does; on a serial line the
+// reply comes milliseconds later and a look would only burn the processor. So
+// such waits look while the last of them ended within kQuickAnswer: a slow
+// line stops the looks at its first answer, and a fast one brings them back
+// with its first. A habit belongs to one thread.
+class LookHabit {
+  public:
+    bool ShouldLook() const { return lastWasQuick_; }
+
+    // Learns from a wait that began at `start` and has just ended.
+    void Learn(std::chrono::steady_clock::time_point start) {
+        lastWasQuick_ = std::chrono::steady_clock::now() - start <= kQuickAnswer;
+    }
+
+  private:
+    bool lastWasQuick_ = true;
+};
+
 }  // namespace velk

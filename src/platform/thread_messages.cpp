@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -137,24 +138,29 @@ bool PeekThreadMessage(ThreadMessage& out, uint32_t first, uint32_t last, bool r
     return false;
 }
 
-void GetThreadMessage(ThreadMessage& out) {
+void GetThreadMessage(ThreadMessage& out, LookHabit* habit) {
     EnsureThreadQueue();
     Queue* queue = t_queue.get();
-    LookBeforeSleeping(*queue);
+    const auto start = std::chrono::steady_clock::now();
+    if (habit == nullptr || habit->ShouldLook()) LookBeforeSleeping(*queue);
     std::unique_lock<std::mutex> lock(queue->mutex);
     queue->cv.wait(lock, [queue] { return !queue->messages.empty(); });
     out = queue->messages.front();
     queue->messages.pop_front();
     queue->Count();
+    if (habit != nullptr) habit->Learn(start);
 }
 
-bool WaitForThreadMessage(uint32_t timeoutMs) {
+bool WaitForThreadMessage(uint32_t timeoutMs, LookHabit* habit) {
     EnsureThreadQueue();
     Queue* queue = t_queue.get();
-    if (timeoutMs != 0) LookBeforeSleeping(*queue);
+    const auto start = std::chrono::steady_clock::now();
+    if (timeoutMs != 0 && (habit == nullptr || habit->ShouldLook())) LookBeforeSleeping(*queue);
     std::unique_lock<std::mutex> lock(queue->mutex);
-    return WaitOnTickClock(queue->cv, lock, timeoutMs,
-                           [queue] { return !queue->messages.empty(); });
+    const bool got =
+        WaitOnTickClock(queue->cv, lock, timeoutMs, [queue] { return !queue->messages.empty(); });
+    if (habit != nullptr) habit->Learn(start);
+    return got;
 }
 
 void BlockSignalsOnThisThread() {

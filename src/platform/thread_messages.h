@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "platform/look_before_sleeping.h"
 #include "platform/tick_clock.h"
 
 namespace velk {
@@ -55,12 +56,14 @@ bool PeekThreadMessage(ThreadMessage& out, uint32_t first = 0, uint32_t last = 0
 // True while thread `target` has an open queue.
 bool ThreadQueueAlive(ThreadId target);
 
-// Blocks until a message is there and takes the first one.
-void GetThreadMessage(ThreadMessage& out);
+// Blocks until a message is there and takes the first one. With a `habit`
+// the wait looks before it sleeps only as the habit says, and teaches it.
+void GetThreadMessage(ThreadMessage& out, LookHabit* habit = nullptr);
 
 // Blocks until a message is queued for the calling thread or `timeoutMs` have
 // passed on the tick clock (kInfinite: no limit). True when a message is there.
-bool WaitForThreadMessage(uint32_t timeoutMs);
+// `habit` as for GetThreadMessage.
+bool WaitForThreadMessage(uint32_t timeoutMs, LookHabit* habit = nullptr);
 
 // Blocks all asynchronous signals on the calling thread, so that the library's
 // threads never take a signal meant for the application (SIGPIPE above all).

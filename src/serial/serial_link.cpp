@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "engine/message_numbers.h"
+#include "platform/look_before_sleeping.h"
 #include "serial/port_devices.h"
 #include "serial/receive_queue.h"
 
@@ -168,10 +169,13 @@ void CSerialLink::ReaderLoop() {
     const int stopFd = stop_.Fd();
     std::array<char, kChunkSize> chunk;
     bool lineCame = false;
+    LookHabit afterLine;
     for (;;) {
         // After a line, the next one or the reply to the command that it
-        // brings about may follow within microseconds.
-        const PortEvent event = WaitForPortInput(fd, stopFd, lineCame);
+        // brings about may follow within microseconds, if the line is fast.
+        const auto start = std::chrono::steady_clock::now();
+        const PortEvent event = WaitForPortInput(fd, stopFd, lineCame && afterLine.ShouldLook());
+        if (lineCame) afterLine.Learn(start);
         if (event == PortEvent::kStopped) return;
         if (event == PortEvent::kFailed) {
             FailLink();

@@ -106,6 +106,22 @@ TEST(ThreadMessages, AWaitWithNoMessageUsesAlmostNoCpu) {
     EXPECT_LT(cpuMs, 30.0);
 }
 
+// A wait with a habit teaches it: after a slow answer the next wait does not
+// look, after a quick one it does again.
+TEST(ThreadMessages, AHabitLearnsWhetherAnswersComeQuickly) {
+    OnOwnThread([] {
+        LookHabit habit;
+        EXPECT_TRUE(habit.ShouldLook());
+        EXPECT_FALSE(WaitForThreadMessage(20, &habit));
+        EXPECT_FALSE(habit.ShouldLook()) << "20 ms without a message is a slow answer";
+        ASSERT_TRUE(PostThreadMessage(CurrentThreadId(), 7, 0, 0));
+        EXPECT_TRUE(WaitForThreadMessage(kInfinite, &habit));
+        EXPECT_TRUE(habit.ShouldLook());
+        ThreadMessage m;
+        EXPECT_TRUE(PeekThreadMessage(m));
+    });
+}
+
 TEST(TickClock, TestClockEndsTimedWaitsItPasses) {
     TestTickClock clock(0xFFFFFF00u);  // near the wrap
     std::atomic<int> state{0};
