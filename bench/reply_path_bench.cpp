@@ -121,10 +121,7 @@ class ReplyPath {
                 if (information != 0) DecodeSolicitedResult(decoder_, reader_.lines.GetRecord(0));
                 count(stages.decoding);
             } else if (message.wParam == kResultParam) {
-                // A result message carries its block as the lParam integer.
-                auto* block =
-                    reinterpret_cast<ATCommandBlock*>(  // NOLINT(performance-no-int-to-ptr)
-                        message.lParam);
+                ATCommandBlock* block = BlockOf(message);
                 decoded = decoded || block->resultId != kResultError;
                 FreeCommandBlock(block);
                 count(stages.decoding);

@@ -95,7 +95,7 @@ class LinePath {
                 continue;
             }
             if (message.wParam != kResultParam || message.lParam == 0) std::abort();
-            auto* block = reinterpret_cast<ATCommandBlock*>(message.lParam);
+            auto* block = BlockOf(message);
             if (message.message != MessageForId(block->resultId)) std::abort();
             FreeResult(block);
         }

@@ -32,6 +32,7 @@
 #include "client/transfer_thread.h"
 #include "engine/command_block.h"
 #include "engine/message_numbers.h"
+#include "engine/thread_ids.h"
 #include "engine/worker_control.h"
 #include "fuzz_input.h"
 #include "platform/thread_messages.h"
@@ -229,7 +230,7 @@ class TransferRun {
             }
             if (m.message == AT_MSG_CLEAR_PENDING) continue;
             Require(m.wParam == kRequestParam && m.lParam != 0);
-            auto* command = reinterpret_cast<ATCommandBlock*>(m.lParam);
+            auto* command = BlockOf(m);
             const int32_t id = command->commandId;
             Require(m.message == MessageForId(id));
             FreeCommandBlock(command);
@@ -404,7 +405,7 @@ void DrainLeftovers() {
             continue;
         }
         if (m.wParam == kRequestParam && m.message > kCommandMessageBase && m.lParam != 0)
-            FreeCommandBlock(reinterpret_cast<ATCommandBlock*>(m.lParam));
+            FreeCommandBlock(BlockOf(m));
     }
 }
 

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "engine/message_numbers.h"
+#include "engine/thread_ids.h"
 #include "platform/tick_clock.h"
 #include "platform/window_sink.h"
 
@@ -93,7 +94,7 @@ void FreeResultBlock(ATCommandBlock* block) {
 // A result message carries its block as the lParam integer.
 ATCommandBlock* ResultBlockOf(const ThreadMessage& message) {
     if (message.wParam != kResultParam || message.message == AT_MSG_STOPPED) return nullptr;
-    return reinterpret_cast<ATCommandBlock*>(message.lParam);  // NOLINT(performance-no-int-to-ptr)
+    return BlockOf(message);
 }
 
 bool IsOperationRequest(uint32_t message) {

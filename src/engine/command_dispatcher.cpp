@@ -19,8 +19,7 @@ void CATWorkerThread::BuildCommandText(int32_t id, ATCommandBlock& block) {
 
 void CATWorkerThread::CommandDispatcher(const ThreadMessage& message) {
     const int32_t id = static_cast<int32_t>(message.message - kCommandMessageBase);
-    auto* block =
-        reinterpret_cast<ATCommandBlock*>(message.lParam);  // NOLINT(performance-no-int-to-ptr)
+    ATCommandBlock* block = BlockOf(message);
     FreeCommandBlock(requestInHand);
     requestInHand = nullptr;
 

@@ -18,4 +18,9 @@ extern std::atomic<ThreadId> workerThreadId;
 // try. Gives up, freeing the block, only when no transfer thread exists.
 void PostResultBlock(ATCommandBlock* block, uint32_t retryPauseMs);
 
+// The block that a command or result message carries as its lParam integer.
+inline ATCommandBlock* BlockOf(const ThreadMessage& message) {
+    return reinterpret_cast<ATCommandBlock*>(message.lParam);  // NOLINT(performance-no-int-to-ptr)
+}
+
 }  // namespace velk

@@ -198,8 +198,7 @@ void CATWorkerThread::EndThread() {
     // Commands still queued carry blocks that nobody else will free.
     CloseThreadQueue([](const ThreadMessage& m) {
         if (!IsControlMessage(m.message) && m.lParam != 0) {
-            FreeCommandBlock(
-                reinterpret_cast<ATCommandBlock*>(m.lParam));  // NOLINT(performance-no-int-to-ptr)
+            FreeCommandBlock(BlockOf(m));
         }
     });
     ended_ = true;

@@ -14,8 +14,6 @@
 #include <mutex>
 #include <unordered_map>
 
-#include "platform/look_before_sleeping.h"
-
 namespace velk {
 namespace {
 

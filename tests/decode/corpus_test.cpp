@@ -21,6 +21,7 @@
 #include "corpus_records.h"
 #include "decode/unsolicited_decoder.h"
 #include "decoder_fixture.h"
+#include "engine/thread_ids.h"
 #include "response/response_reader.h"
 #include "serial/line_assembler.h"
 
@@ -112,7 +113,7 @@ class ReplyRun {
                 }
             } else if (message.wParam == kResultParam && message.lParam != 0) {
                 // NOLINTNEXTLINE(performance-no-int-to-ptr): the block the message carries
-                blocks_.emplace_back(reinterpret_cast<ATCommandBlock*>(message.lParam));
+                blocks_.emplace_back(BlockOf(message));
                 EXPECT_EQ(message.message, MessageForId(blocks_.back()->resultId));
             }
         }

@@ -48,7 +48,7 @@ class DecoderFixture : public ::testing::Test {
         std::vector<BlockPtr> blocks;
         ThreadMessage message;
         while (PeekThreadMessage(message)) {
-            auto* block = reinterpret_cast<ATCommandBlock*>(message.lParam);
+            auto* block = BlockOf(message);
             EXPECT_EQ(message.wParam, kResultParam);
             EXPECT_EQ(message.message, MessageForId(block->resultId));
             blocks.emplace_back(block);

@@ -92,7 +92,7 @@ class WorkerThreadTest : public ::testing::Test {
         ThreadMessage m;
         ASSERT_TRUE(NextResult(m, AT_MSG_STOPPED));
         worker.reset();
-        while (PeekThreadMessage(m)) FreeCommandBlock(reinterpret_cast<ATCommandBlock*>(m.lParam));
+        while (PeekThreadMessage(m)) FreeCommandBlock(BlockOf(m));
         CloseThreadQueue();
         controllerThreadId = kNoThread;
     }
@@ -120,7 +120,7 @@ class WorkerThreadTest : public ::testing::Test {
         ThreadMessage m;
         if (!NextResult(m, MessageForId(resultId))) return {nullptr, FreeCommandBlock};
         EXPECT_EQ(m.wParam, kResultParam);
-        return {reinterpret_cast<ATCommandBlock*>(m.lParam), FreeCommandBlock};
+        return {BlockOf(m), FreeCommandBlock};
     }
 
     ScriptedLine line;

@@ -25,7 +25,7 @@ class PostedErrors {
         std::vector<std::string> texts;
         ThreadMessage m;
         while (PeekThreadMessage(m, MessageForId(kResultError), MessageForId(kResultError))) {
-            auto* block = reinterpret_cast<ATCommandBlock*>(m.lParam);
+            auto* block = BlockOf(m);
             if (m.wParam == kResultParam && block != nullptr && block->resultId == kResultError) {
                 texts.emplace_back(block->result.error.message);
             }

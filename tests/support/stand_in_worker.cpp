@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "engine/message_numbers.h"
+#include "engine/thread_ids.h"
 #include "platform/manual_event.h"
 
 namespace velk::test {
@@ -34,10 +35,10 @@ Reply Make(int32_t resultId) {
     return r;
 }
 
-// A command message carries its block as the lParam integer.
+// The block of a command message; null for any other message.
 ATCommandBlock* CommandBlockOf(const ThreadMessage& m) {
     if (m.message <= kCommandMessageBase || m.wParam != kRequestParam) return nullptr;
-    return reinterpret_cast<ATCommandBlock*>(m.lParam);  // NOLINT(performance-no-int-to-ptr)
+    return BlockOf(m);
 }
 
 }  // namespace

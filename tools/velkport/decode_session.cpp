@@ -19,11 +19,6 @@ std::string InCapitals(std::string text) {
     return text;
 }
 
-// The block a result message carries.
-ATCommandBlock* BlockOf(const ThreadMessage& message) {
-    return reinterpret_cast<ATCommandBlock*>(message.lParam);  // NOLINT(performance-no-int-to-ptr)
-}
-
 bool IsResultMessage(const ThreadMessage& message) {
     return message.wParam == kResultParam && message.message >= kCommandMessageBase &&
            message.lParam != 0;
