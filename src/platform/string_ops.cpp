@@ -60,8 +60,13 @@ std::string Right(std::string_view text, int count) {
 }
 
 std::string SpanExcluding(std::string_view text, std::string_view set) {
-    const std::size_t end = FirstIn(text, ByteSet(set));
-    return std::string(text.substr(0, end));
+    return std::string(SpanExcludingView(text, set));
+}
+
+std::string_view SpanExcludingView(std::string_view text, std::string_view set) {
+    // One mark, as for the end of a quoted value, is a byte search.
+    if (set.size() == 1) return text.substr(0, text.find(set[0]));
+    return text.substr(0, FirstIn(text, ByteSet(set)));
 }
 
 std::string TrimLeft(std::string_view text, std::string_view set) {

@@ -26,6 +26,10 @@ std::string Right(std::string_view text, int count);
 // does. An empty set spans the whole text.
 std::string SpanExcluding(std::string_view text, std::string_view set);
 
+// The same span as a view into `text`, for walkers that copy it where it is
+// kept; it is only valid while `text` is.
+std::string_view SpanExcludingView(std::string_view text, std::string_view set);
+
 // `text` without every leading (TrimLeft) or trailing (TrimRight) byte that
 // occurs in `set`, in any order and any number.
 std::string TrimLeft(std::string_view text, std::string_view set);

@@ -63,6 +63,7 @@ constexpr std::array<ExpectedHead, 3> kDataReadCommands = {{
 // Error lines with a head; the first found anywhere in the line wins over
 // whatever head the line has.
 constexpr std::array<std::string_view, 3> kErrorMarks = {"+CME ERROR:", "+CMS ERROR:", "+CME:"};
+constexpr std::string_view kErrorMarkStart = "+CM";
 
 }  // namespace
 
@@ -109,8 +110,11 @@ int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string
         return 1;
     }
 
+    // Every error mark begins with kErrorMarkStart: most lines are passed
+    // over with one search.
+    const bool mayBeError = Contains(line, kErrorMarkStart);
     for (std::string_view mark : kErrorMarks) {
-        if (!Contains(line, mark)) continue;
+        if (!mayBeError || !Contains(line, mark)) continue;
         //   +CME ERROR: <err>       +CMS ERROR: <err>       +CME: <err>
         // <err> a number or a text, maybe in quotes.
         current.kind = kindError;
@@ -193,7 +197,11 @@ void CATResponseMatcher::ResetRecord(ATResponseRecord& record) {
     record.lineLength = 0;
     record.kind = kindNone;
     record.responseCode = kNoResponseCode;
+    // The first node keeps the room of its text for the next line.
+    std::string text = std::move(record.firstParam.text);
+    text.clear();
     record.firstParam = ATResponseParam{};
+    record.firstParam.text = std::move(text);
     record.allLegal = 1;
     record.outOfTurn = 0;
 }

@@ -43,7 +43,7 @@ std::string CATResponseReader::ReadUnsolicited() {
 }
 
 int CATResponseReader::ReadSolicitedLine(std::string& commandText) {
-    std::string lineText;
+    std::string& lineText = lineText_;
     if (StartRead(lineText) == Fetch::kNone || lineText.empty()) return 0;
 
     const int accepted = matcher.MatchSolicited(commandText, lineText);
@@ -63,7 +63,7 @@ int CATResponseReader::ReadSolicitedLine(std::string& commandText) {
 }
 
 std::string CATResponseReader::ReadUnsolicitedLine() {
-    std::string lineText;
+    std::string& lineText = lineText_;
     if (StartRead(lineText) == Fetch::kNone) return {};
     std::string head = matcher.MatchUnsolicited(lineText);
     Store();

@@ -87,6 +87,8 @@ class CATResponseReader {
     void Store();
 
     ReaderLink link_;
+    // The line taken from the receive queue, its room kept between lines.
+    std::string lineText_;
 };
 
 }  // namespace velk

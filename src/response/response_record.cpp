@@ -5,13 +5,73 @@
 namespace velk {
 namespace {
 
+// Nodes released on a thread wait on that thread for its next line, with the
+// room of their text: the worker then reads reply after reply with no
+// allocation for the parameters. The list is bounded in length and in the
+// room a node may keep, so a hostile line cannot pin memory.
+constexpr std::size_t kMaxSpareNodes = 256;
+constexpr std::size_t kMaxSpareText = 512;
+
+// Plain thread-local values, valid until the thread has ended: a record
+// released after the list was emptied at thread exit deletes its nodes
+// directly.
+thread_local ATResponseParam* spareNodes = nullptr;
+thread_local std::size_t spareCount = 0;
+thread_local bool spareClosed = false;
+
+void DeleteSpares() noexcept {
+    while (spareNodes != nullptr) {
+        ATResponseParam* node = spareNodes;
+        spareNodes = node->next;
+        delete node;
+    }
+    spareCount = 0;
+}
+
+// Empties the list when its thread ends.
+struct SpareNodesCloser {
+    SpareNodesCloser() = default;
+    SpareNodesCloser(const SpareNodesCloser&) = delete;
+    SpareNodesCloser& operator=(const SpareNodesCloser&) = delete;
+    ~SpareNodesCloser() {
+        DeleteSpares();
+        spareClosed = true;
+    }
+};
+thread_local SpareNodesCloser spareNodesCloser;
+
+// A node in its reset state, taken from the thread's spares when it has one.
+ATResponseParam* NewNode() {
+    ATResponseParam* node = spareNodes;
+    if (node == nullptr) return new ATResponseParam();
+    spareNodes = node->next;
+    --spareCount;
+    std::string text = std::move(node->text);
+    text.clear();
+    *node = ATResponseParam{};
+    node->text = std::move(text);
+    return node;
+}
+
+void ReleaseNode(ATResponseParam* node) noexcept {
+    if (spareClosed || spareCount >= kMaxSpareNodes || node->text.capacity() > kMaxSpareText) {
+        delete node;
+        return;
+    }
+    (void)&spareNodesCloser;  // registers the list's emptying at thread exit
+    node->next = spareNodes;
+    spareNodes = node;
+    ++spareCount;
+}
+
 // Copies the chain behind `from` into fresh nodes behind `to`. A line can
 // carry thousands of parameters, so the chain is walked, never recursed.
 void CopyChain(const ATResponseParam& from, ATResponseParam& to) {
     to.next = nullptr;
     ATResponseParam* tail = &to;
     for (const ATResponseParam* p = from.next; p != nullptr; p = p->next) {
-        auto* node = new ATResponseParam(*p);
+        ATResponseParam* node = NewNode();
+        *node = *p;
         node->next = nullptr;
         tail->next = node;
         tail = node;
@@ -75,7 +135,7 @@ ATResponseRecord::~ATResponseRecord() {
 }
 
 ATResponseParam* ATResponseRecord::AppendParam(ATResponseParam& after) {
-    auto* node = new ATResponseParam();
+    ATResponseParam* node = NewNode();
     node->next = after.next;
     after.next = node;
     return node;
@@ -86,7 +146,7 @@ void ATResponseRecord::ReleaseParams() noexcept {
     firstParam.next = nullptr;
     while (p != nullptr) {
         ATResponseParam* following = p->next;
-        delete p;
+        ReleaseNode(p);
         p = following;
     }
 }

@@ -8,8 +8,9 @@
 //   }
 //
 // The first parameter is held in the record, so a line always has one node;
-// the nodes behind it are allocated one per parameter and belong to the
-// record. Copying a record copies its chain, moving it hands the chain over,
+// the nodes behind it, one per parameter, belong to the record. Released
+// nodes are kept for the thread's next line, so a steady stream of replies
+// allocates none. Copying a record copies its chain, moving it hands the chain over,
 // and destroying it releases the chain.
 #pragma once
 

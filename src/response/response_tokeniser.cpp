@@ -1,6 +1,8 @@
 #include "response/response_tokeniser.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 
 #include "platform/string_ops.h"
 #include "response/param_validators.h"
@@ -18,7 +20,8 @@ uint32_t FirstPassingType(std::string_view value, uint32_t count, const uint32_t
 }
 
 // A value keeps its text even when illegal; the record then tells the rest.
-void FillValue(ATResponseParam& node, ATResponseRecord& record, std::string value, uint32_t type) {
+void FillValue(ATResponseParam& node, ATResponseRecord& record, std::string_view value,
+               uint32_t type) {
     if (type == paramNone) {
         node.legal = 0;
         record.allLegal = 0;
@@ -26,7 +29,7 @@ void FillValue(ATResponseParam& node, ATResponseRecord& record, std::string valu
         node.type = type;
     }
     node.lastIndex = static_cast<int32_t>(value.size()) - 1;
-    node.text = std::move(value);
+    node.text.assign(value);
 }
 
 void FillPunctuation(ATResponseParam& node, char mark) {
@@ -40,14 +43,43 @@ bool SeparatorCommaAhead(std::string_view remaining) {
     return remaining.size() >= 2 && remaining[0] == ',' && remaining[1] != '\r';
 }
 
-// The first of the marks that cut the parameter text (",-)(") at or after
-// `from`, or the end of the text.
+// What a byte is to the normalisation: a mark that cuts the parameter text
+// (",-)("), white space, or neither.
+enum : uint8_t { kPlainByte = 0, kMarkByte = 1, kBlankByte = 2 };
+
+constexpr std::array<uint8_t, 256> kByteKinds = [] {
+    std::array<uint8_t, 256> kinds{};
+    for (char c : std::string_view(",-)(")) kinds[static_cast<unsigned char>(c)] = kMarkByte;
+    for (char c : kWhiteSpace) kinds[static_cast<unsigned char>(c)] = kBlankByte;
+    return kinds;
+}();
+
+uint8_t KindOf(char c) {
+    return kByteKinds[static_cast<unsigned char>(c)];
+}
+
+// The first of the marks at or after `from`, or the end of the text.
 std::size_t NextMark(std::string_view text, std::size_t from) {
-    for (; from < text.size(); ++from) {
-        const char c = text[from];
-        if (c == ',' || c == '-' || c == ')' || c == '(') return from;
+    while (from < text.size() && KindOf(text[from]) != kMarkByte) ++from;
+    return from;
+}
+
+// True when normalising `work` would change nothing: no blank at either end
+// or next to a mark, no "-", "(" or ")" twice in a row. Most phones send
+// their parameters so.
+bool AlreadyNormal(std::string_view work) {
+    if (work.empty()) return true;
+    if (KindOf(work.front()) == kBlankByte || KindOf(work.back()) == kBlankByte) return false;
+    for (std::size_t i = 0; i + 1 < work.size(); ++i) {
+        const uint8_t here = KindOf(work[i]);
+        const uint8_t next = KindOf(work[i + 1]);
+        if (here == kMarkByte &&
+            (next == kBlankByte || (work[i] != ',' && work[i + 1] == work[i]))) {
+            return false;
+        }
+        if (here == kBlankByte && next == kMarkByte) return false;
     }
-    return text.size();
+    return true;
 }
 
 // `piece` without white space at either end.
@@ -60,13 +92,24 @@ std::string_view TrimBlanks(std::string_view piece) {
 }  // namespace
 
 std::string NormaliseParameters(std::string_view text) {
+    std::string out;
+    NormaliseParameters(text, out);
+    return out;
+}
+
+void NormaliseParameters(std::string_view text, std::string& out) {
     // The parameters end at the first CR or LF. The pieces are views of the
-    // text: a line costs one allocation here, the result.
+    // text, and `out` keeps its room from line to line.
     std::size_t end = 0;
     while (end < text.size() && text[end] != '\r' && text[end] != '\n') ++end;
     const std::string_view work = text.substr(0, end);
-    std::string out;
+    out.clear();
     out.reserve(work.size() + 1);
+    if (AlreadyNormal(work)) {
+        out.assign(work);
+        out += '\r';
+        return;
+    }
     std::size_t at = 0;  // front of `work` not yet taken
     while (at < work.size()) {
         const std::size_t mark = NextMark(work, at);
@@ -83,12 +126,13 @@ std::string NormaliseParameters(std::string_view text) {
         }
     }
     out += '\r';
-    return out;
 }
 
 void WalkParameters(std::string_view rest, ATResponseRecord& record,
                     const ResponseGrammarRow& row) {
-    const std::string normal = NormaliseParameters(rest);
+    // The normalised text of the thread's last line, its room reused.
+    thread_local std::string normal;
+    NormaliseParameters(rest, normal);
     // `consumed` is only ever measured, so its length stands for it; what
     // remains is a view of `normal` behind it, so a long line is walked in
     // linear time. An unclosed quote makes `consumed` run one past the end.
@@ -127,10 +171,10 @@ void WalkParameters(std::string_view rest, ATResponseRecord& record,
             case '"': {
                 // No escape exists: the next quote ends the value, and without
                 // one the value runs to the end, CR included.
-                std::string value = SpanExcluding(remaining.substr(1), "\"");
+                const std::string_view value = SpanExcludingView(remaining.substr(1), "\"");
                 const uint32_t type = FirstPassingType(value, row.quotedCount, row.quotedTypes);
+                FillValue(*node, record, value, type);
                 const std::size_t width = value.size() + 2;
-                FillValue(*node, record, std::move(value), type);
                 take(width);
                 if (SeparatorCommaAhead(remaining)) {
                     take(1);
@@ -138,10 +182,10 @@ void WalkParameters(std::string_view rest, ATResponseRecord& record,
                 break;
             }
             default: {
-                std::string value = SpanExcluding(remaining, ",-)\r");
+                const std::string_view value = SpanExcludingView(remaining, ",-)\r");
                 const uint32_t type = FirstPassingType(value, row.plainCount, row.plainTypes);
+                FillValue(*node, record, value, type);
                 const std::size_t width = value.size();
-                FillValue(*node, record, std::move(value), type);
                 take(width);
                 // A dash after a value stays: it becomes a node of its own.
                 if (SeparatorCommaAhead(remaining)) {

@@ -20,6 +20,8 @@ namespace velk {
 //   ` 1 , 2 \r\n`  ->  `1,2\r`
 //   `((1--5))`     ->  `(1-5)\r`
 std::string NormaliseParameters(std::string_view text);
+// The same into `out`, which is cleared first and keeps its room.
+void NormaliseParameters(std::string_view text, std::string& out);
 
 // Appends the parameters of `rest` to `record`, filling firstParam first and
 // then one new node per token. A value that fits none of the row's types for
