@@ -8,6 +8,7 @@
 #include <time.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -144,7 +145,9 @@ struct Outcome {
     bool allDecoded = true;
 };
 
-Outcome Measure(const Workload& load) {
+// `passes`: 0 to measure for kMeasureSeconds of CPU, else that many passes
+// over the lines (a fixed amount of work, for an instruction profiler).
+Outcome Measure(const Workload& load, long passes) {
     ReplyPath path(load);
     Outcome outcome;
     ReplyPath::Stages ignored;
@@ -160,7 +163,8 @@ Outcome Measure(const Workload& load) {
     uint64_t lines = 0;
     const double start = ThreadCpuSeconds();
     double now = start;
-    while (now - start < kMeasureSeconds) {
+    while (passes > 0 ? lines < static_cast<uint64_t>(passes) * load.lines.size()
+                      : now - start < kMeasureSeconds) {
         for (const std::string& line : load.lines) path.Line(line, ignored);
         lines += load.lines.size();
         now = ThreadCpuSeconds();
@@ -174,20 +178,23 @@ Outcome Measure(const Workload& load) {
 int main(int argc, char** argv) {
     bool header = true;
     bool stages = false;
+    long passes = 0;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--no-header") == 0) {
             header = false;
         } else if (std::strcmp(argv[i], "--stages") == 0) {
             stages = true;
+        } else if (std::strcmp(argv[i], "--passes") == 0 && i + 1 < argc) {
+            passes = std::strtol(argv[++i], nullptr, 10);
         } else {
-            std::fputs("usage: velk-bench-replies [--no-header] [--stages]\n", stderr);
+            std::fputs("usage: velk-bench-replies [--no-header] [--stages] [--passes N]\n", stderr);
             return 2;
         }
     }
     controllerThreadId.store(EnsureThreadQueue());
     BenchTable table;
     for (const Workload& load : {PhonebookLines(), ImagePartLines()}) {
-        const Outcome outcome = Measure(load);
+        const Outcome outcome = Measure(load, passes);
         const bool phonebook = load.commandId == kCmdPhonebookRead;
         char rate[64];
         std::snprintf(rate, sizeof rate, "%.0f lines/s", outcome.linesPerSecond);
