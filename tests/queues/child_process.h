@@ -1,7 +1,7 @@
-// A second process for the tests of the shared objects: a forked child that
-// runs a function and talks with the parent in single-letter steps over two
-// pipes. The child must not use the test framework's assertions (they would
-// land in its own copy of the test); it reports by its exit status.
+// A forked child for the tests of the shared objects: it runs a function and
+// talks with the parent in single-letter steps over two pipes. It reports by
+// its exit status only: the framework's assertions would land in its own copy
+// of the test.
 #pragma once
 
 #include <poll.h>
@@ -16,16 +16,14 @@ namespace velk::test {
 
 class ChildProcess {
   public:
-    // How long either side waits for a step before it gives up, so that a
-    // fault shows as a failure rather than a test that hangs.
+    // Either side gives up on a step after this, so a fault fails, not hangs.
     static constexpr int kStepPatienceMs = 10000;
 
     class Channel {
       public:
         Channel(int in, int out) : in_(in), out_(out) {}
         bool Send(char step) const { return write(out_, &step, 1) == 1; }
-        // The next step, or '\0' when none came in time or the other side
-        // has gone.
+        // The next step; '\0' when none came in time or the other side went.
         char Receive() const {
             pollfd p{in_, POLLIN, 0};
             char step = '\0';
@@ -54,31 +52,28 @@ class ChildProcess {
         fromChild_ = up[0];
     }
     ~ChildProcess() {
-        if (pid_ > 0 && !reaped_) Wait();
-        if (toChild_ >= 0) close(toChild_);
-        if (fromChild_ >= 0) close(fromChild_);
+        if (pid_ > 0) Wait();
+        close(fromChild_);
     }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     bool Started() const { return pid_ > 0; }
     pid_t Pid() const { return pid_; }
-    Channel ToChild() const { return Channel(fromChild_, toChild_); }
-    bool Send(char step) const { return ToChild().Send(step); }
-    char Receive() const { return ToChild().Receive(); }
+    bool Send(char step) const { return Channel(fromChild_, toChild_).Send(step); }
+    char Receive() const { return Channel(fromChild_, toChild_).Receive(); }
     // The child's exit status; -1 when it ended otherwise.
     int Wait() {
-        if (toChild_ >= 0) close(toChild_);
+        close(toChild_);
         toChild_ = -1;
         int status = 0;
-        reaped_ = true;
-        if (waitpid(pid_, &status, 0) != pid_ || !WIFEXITED(status)) return -1;
-        return WEXITSTATUS(status);
+        const bool reaped = pid_ > 0 && waitpid(pid_, &status, 0) == pid_;
+        pid_ = -1;
+        return reaped && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
   private:
     pid_t pid_ = -1;
-    bool reaped_ = false;
     int toChild_ = -1;
     int fromChild_ = -1;
 };

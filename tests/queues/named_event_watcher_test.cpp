@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <string>
+#include <thread>
 
 #include "child_process.h"
 #include "queues/shared_queue.h"
@@ -15,30 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::ChildProcess;
-
-// Counts the watcher's calls and lets the test wait for a number of them.
-class CallCounter {
-  public:
-    void Call() {
-        std::lock_guard<std::mutex> hold(mutex_);
-        ++calls_;
-        changed_.notify_all();
-    }
-    // True when `calls` were reached within `patience` of real time.
-    bool WaitFor(int calls, std::chrono::milliseconds patience) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, patience, [&] { return calls_ >= calls; });
-    }
-    int Calls() {
-        std::lock_guard<std::mutex> hold(mutex_);
-        return calls_;
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int calls_ = 0;
-};
 
 class NamedEventWatcherTest : public ::testing::Test {
   protected:
@@ -51,57 +27,62 @@ class NamedEventWatcherTest : public ::testing::Test {
         queue.Close();
         CSharedQueue::RemoveObjects(name.c_str());
     }
-    std::string EventName() const {
-        return QueueObjectName(QueueObject::kEmptyEvent, name.c_str());
+    bool Watch() {
+        return watcher.Start(*queue.EmptyEvent(), [this] { ++calls; });
+    }
+    void NewEdge() {
+        queue.EmptyEvent()->Reset();
+        queue.EmptyEvent()->Set();
+    }
+    // True when the watcher made `count` calls within two seconds.
+    bool Reached(int count) {
+        for (int i = 0; i < 2000 && calls < count; ++i) std::this_thread::sleep_for(1ms);
+        return calls >= count;
     }
 
     const std::string name = test::UniqueName("w");
     CSharedQueue queue;
     CNamedEventWatcher watcher;
-    CallCounter counter;
+    std::atomic<int> calls{0};
 };
 
 TEST_F(NamedEventWatcherTest, EachNewSignalFromAnotherProcessGivesOneCall) {
     // The child is forked before the watcher's thread exists.
     ChildProcess other([this](const ChildProcess::Channel& parent) {
         NamedEvent event;
-        if (!event.OpenExisting(EventName().c_str())) return 10;
+        if (!event.OpenExisting(QueueObjectName(QueueObject::kEmptyEvent, name.c_str()).c_str()))
+            return 10;
         if (parent.Receive() != 'g') return 11;
         // Reset then set: a new signal. The second Set finds it signalled.
-        if (!event.Reset() || !event.Set() || !event.Set()) return 12;
-        return 0;
+        return event.Reset() && event.Set() && event.Set() ? 0 : 12;
     });
     ASSERT_TRUE(other.Started());
     // The empty event starts signalled: a signal already there is no call.
-    ASSERT_TRUE(watcher.Start(*queue.EmptyEvent(), [this] { counter.Call(); }));
+    ASSERT_TRUE(Watch());
     other.Send('g');
     ASSERT_EQ(other.Wait(), 0);
-    EXPECT_TRUE(counter.WaitFor(1, 2s));
+    EXPECT_TRUE(Reached(1));
     // A new edge of our own gives exactly the second call; a watcher that
     // fired on the lasting level would be far beyond it by now.
-    queue.EmptyEvent()->Reset();
-    queue.EmptyEvent()->Set();
-    EXPECT_TRUE(counter.WaitFor(2, 2s));
+    NewEdge();
+    EXPECT_TRUE(Reached(2));
     watcher.Stop();
-    EXPECT_EQ(counter.Calls(), 2);
+    EXPECT_EQ(calls, 2);
 }
 
-TEST_F(NamedEventWatcherTest, StopsPromptlyAndCallsNoMore) {
-    ASSERT_TRUE(watcher.Start(*queue.EmptyEvent(), [this] { counter.Call(); }));
+TEST_F(NamedEventWatcherTest, StopsPromptlyCallsNoMoreAndCanStartAgain) {
+    ASSERT_TRUE(Watch());
     EXPECT_FALSE(watcher.Start(*queue.EmptyEvent(), [] {}));
     const auto before = std::chrono::steady_clock::now();
     watcher.Stop();
     EXPECT_LT(std::chrono::steady_clock::now() - before, 500ms);
     EXPECT_FALSE(watcher.Running());
-    queue.EmptyEvent()->Reset();
-    queue.EmptyEvent()->Set();
+    NewEdge();
     watcher.Stop();
-    EXPECT_EQ(counter.Calls(), 0);
-    // A watch can start again after a stop.
-    ASSERT_TRUE(watcher.Start(*queue.EmptyEvent(), [this] { counter.Call(); }));
-    queue.EmptyEvent()->Reset();
-    queue.EmptyEvent()->Set();
-    EXPECT_TRUE(counter.WaitFor(1, 2s));
+    EXPECT_EQ(calls, 0);
+    ASSERT_TRUE(Watch());
+    NewEdge();
+    EXPECT_TRUE(Reached(1));
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 // the processes left must go on setting, releasing and waiting as before.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <time.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <string>
@@ -16,11 +16,6 @@ namespace {
 using test::ChildProcess;
 using test::UniqueName;
 
-void Nap(long ms) {
-    const timespec pause{0, ms * 1000000L};
-    nanosleep(&pause, nullptr);
-}
-
 // Forks a child that opens the objects, says 'w' and blocks in `wait` until
 // it is killed. Returns once it has been killed and reaped.
 template <typename Wait>
@@ -32,7 +27,7 @@ void KillChildInsideWait(Wait wait) {
     });
     ASSERT_TRUE(child.Started());
     ASSERT_EQ(child.Receive(), 'w');
-    Nap(50);  // time for the child to fall asleep in the kernel
+    usleep(50000);  // time for the child to fall asleep in the kernel
     kill(child.Pid(), SIGKILL);
     EXPECT_EQ(child.Wait(), -1);
 }
@@ -59,7 +54,7 @@ TEST(NamedSyncAfterAKilledWaiter, EventStillSetsWakesAndCountsItsEdges) {
         return mine.Wait(ChildProcess::kStepPatienceMs) == kWaitObject0 ? 0 : 2;
     });
     ASSERT_EQ(waiter.Receive(), 'w');
-    Nap(50);
+    usleep(50000);
     for (int round = 0; round < 3; ++round) {
         EXPECT_TRUE(event.Set());
         EXPECT_TRUE(event.Reset());
