@@ -48,7 +48,7 @@ class NamedEventWatcherTest : public ::testing::Test {
 
 TEST_F(NamedEventWatcherTest, EachNewSignalFromAnotherProcessGivesOneCall) {
     // The child is forked before the watcher's thread exists.
-    ChildProcess other([this](const ChildProcess::Channel& parent) {
+    ChildProcess other([this](const test::Channel& parent) {
         NamedEvent event;
         if (!event.OpenExisting(QueueObjectName(QueueObject::kEmptyEvent, name.c_str()).c_str()))
             return 10;

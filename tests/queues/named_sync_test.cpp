@@ -20,7 +20,7 @@ using test::UniqueName;
 // it is killed. Returns once it has been killed and reaped.
 template <typename Wait>
 void KillChildInsideWait(Wait wait) {
-    ChildProcess child([&](const ChildProcess::Channel& parent) {
+    ChildProcess child([&](const test::Channel& parent) {
         parent.Send('w');
         wait();
         return 0;
@@ -47,11 +47,11 @@ TEST(NamedSyncAfterAKilledWaiter, EventStillSetsWakesAndCountsItsEdges) {
         if (mine.OpenExisting(name.c_str())) mine.WaitForEdge(seen, stop);
     });
     // A living waiter in another process is still woken by the Set below.
-    ChildProcess waiter([&](const ChildProcess::Channel& parent) {
+    ChildProcess waiter([&](const test::Channel& parent) {
         NamedEvent mine;
         if (!mine.OpenExisting(name.c_str())) return 1;
         parent.Send('w');
-        return mine.Wait(ChildProcess::kStepPatienceMs) == kWaitObject0 ? 0 : 2;
+        return mine.Wait(test::Channel::kStepPatienceMs) == kWaitObject0 ? 0 : 2;
     });
     ASSERT_EQ(waiter.Receive(), 'w');
     usleep(50000);
@@ -89,10 +89,10 @@ TEST(NamedSyncAfterAKilledWaiter, SemaphoreAndMutexStillPassTheirUnits) {
         EXPECT_EQ(semaphore.Wait(1000), kWaitObject0);
     }
     EXPECT_TRUE(mutex.Release());
-    ChildProcess taker([&](const ChildProcess::Channel&) {
+    ChildProcess taker([&](const test::Channel&) {
         NamedMutex mine;
         if (!mine.Create(mutexName.c_str())) return 1;
-        return mine.Wait(ChildProcess::kStepPatienceMs) == kWaitObject0 && mine.Release() ? 0 : 2;
+        return mine.Wait(test::Channel::kStepPatienceMs) == kWaitObject0 && mine.Release() ? 0 : 2;
     });
     EXPECT_EQ(taker.Wait(), 0);
     semaphore.Close();

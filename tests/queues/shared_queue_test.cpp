@@ -200,7 +200,7 @@ TEST_F(SharedQueueTest, TwoProcessesPassItemsAcrossTheWrap) {
     ASSERT_EQ(queue.Create(name.c_str(), 4, 64), 1);
     const std::vector<uint8_t> a = Pattern(40, 1), b = Pattern(20, 60), c = Pattern(30, 120),
                                reply = Pattern(30, 200);
-    ChildProcess child([&](const ChildProcess::Channel& parent) {
+    ChildProcess child([&](const test::Channel& parent) {
         CSharedQueue mine;
         if (mine.Open(name.c_str(), 1, 1) != 1) return 10;
         const auto pops = [&](const std::vector<uint8_t>& item) {

@@ -39,39 +39,24 @@ class SingleWriterGuardTest : public ::testing::Test {
         CSharedQueue::RemoveObjects(name.c_str());
     }
 
-    // A child on the same guard that runs the parent's steps and answers 'k':
-    // 'r' enter as reader, 'd' leave, 'w' try to write at once (answers 't' on
-    // a time-out), 'W' write, 'x' end at once holding whatever it holds, as a
-    // process that crashes does.
+    // A child on the same guard that runs the parent's steps: 'r' enter as
+    // reader, 'd' leave, 'w' try to write at once, 'W' write, 'x' end at once
+    // holding whatever it holds, as a process that crashes does. It answers
+    // 'k', or 't' for a write that timed out, or 'f' when a wait failed.
     ChildProcess StartPartner() {
-        return ChildProcess([this](const ChildProcess::Channel& parent) {
+        return ChildProcess([this](const test::Channel& parent) {
             CSingleWriterGuard mine;
             if (mine.Initialize(name.c_str()) != 1) return 10;
-            for (;;) {
-                switch (parent.Receive()) {
-                    case 'r':
-                        if (mine.WaitToRead(kInfinite) != kWaitObject0) return 11;
-                        break;
-                    case 'd':
-                        mine.DoneReading();
-                        break;
-                    case 'w':
-                        if (mine.WaitToWrite(0) == kWaitTimeout) {
-                            parent.Send('t');
-                            continue;
-                        }
-                        break;
-                    case 'W':
-                        if (mine.WaitToWrite(kInfinite) != kWaitObject0) return 12;
-                        break;
-                    case 'x':
-                        parent.Send('k');
-                        _exit(0);
-                    default:
-                        return 13;
-                }
-                parent.Send('k');
+            for (char step = parent.Receive(); step != '\0'; step = parent.Receive()) {
+                char answer = 'k';
+                if (step == 'r') answer = mine.WaitToRead(kInfinite) == kWaitObject0 ? 'k' : 'f';
+                if (step == 'd') mine.DoneReading();
+                if (step == 'w') answer = mine.WaitToWrite(0) == kWaitTimeout ? 't' : 'k';
+                if (step == 'W') answer = mine.WaitToWrite(kInfinite) == kWaitObject0 ? 'k' : 'f';
+                parent.Send(answer);
+                if (step == 'x') _exit(0);
             }
+            return 0;
         });
     }
 
