@@ -5,17 +5,22 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <numeric>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "child_process.h"
+#include "queues/named_event_watcher.h"
 
 namespace velk {
 namespace {
 
+using namespace std::chrono_literals;
 using test::ChildProcess;
 
 std::string ShmPath(const std::string& queue) {
@@ -225,6 +230,45 @@ TEST_F(SharedQueueTest, TwoProcessesPassItemsAcrossTheWrap) {
     EXPECT_EQ(queue.Pop(out.data(), 30), 30);
     EXPECT_EQ(out, reply);
     EXPECT_EQ(child.Wait(), 0);
+}
+
+// The watcher of the empty event calls once for each new signal, from any
+// process; never for a signal already there, nor after its stop.
+TEST_F(SharedQueueTest, EmptyEventWatcherCallsOnceForEachNewSignal) {
+    ASSERT_EQ(queue.Create(name.c_str(), 20, 3000), 1);
+    NamedEvent& empty = *queue.EmptyEvent();
+    // The child is forked before the watcher's thread exists.
+    ChildProcess other([&](const test::Channel& parent) {
+        NamedEvent event;
+        if (!event.OpenExisting(QueueObjectName(QueueObject::kEmptyEvent, name.c_str()).c_str()))
+            return 10;
+        // Reset then set: a new signal. The second Set finds it signalled.
+        return parent.Receive() == 'g' && event.Reset() && event.Set() && event.Set() ? 0 : 11;
+    });
+    std::atomic<int> calls{0};
+    const auto reached = [&](int count) {
+        for (int i = 0; i < 2000 && calls < count; ++i) std::this_thread::sleep_for(1ms);
+        return calls >= count;
+    };
+    CNamedEventWatcher watcher;
+    ASSERT_TRUE(watcher.Start(empty, [&] { ++calls; }));  // the event starts signalled
+    EXPECT_FALSE(watcher.Start(empty, [] {}));
+    other.Send('g');
+    ASSERT_EQ(other.Wait(), 0);
+    EXPECT_TRUE(reached(1));
+    EXPECT_TRUE(empty.Reset() && empty.Set());
+    EXPECT_TRUE(reached(2));
+    const auto before = std::chrono::steady_clock::now();
+    watcher.Stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 500ms);
+    EXPECT_FALSE(watcher.Running());
+    EXPECT_TRUE(empty.Reset() && empty.Set());
+    ASSERT_TRUE(watcher.Start(empty, [&] { ++calls; }));
+    EXPECT_TRUE(empty.Reset() && empty.Set());
+    EXPECT_TRUE(reached(3));
+    watcher.Stop();
+    // A watcher that fired on the lasting level would be far beyond by now.
+    EXPECT_EQ(calls, 3);
 }
 
 }  // namespace
