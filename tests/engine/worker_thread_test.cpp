@@ -113,13 +113,21 @@ class WorkerThreadTest : public ::testing::Test {
     ThreadId id = kNoThread;
 };
 
-TEST_F(WorkerThreadTest, OkEndsTheCommandWithDone) {
+// OK ends a command with Done, ERROR with Error; either frees the line. A
+// command without text sends a bare line end.
+TEST_F(WorkerThreadTest, FinalRepliesEndTheCommandAndFreeTheLine) {
     Send(kCmdAttention);
     EXPECT_EQ(AwaitSent(1), Sent{"AT"});
     Arrive("OK");
     auto done = NextBlock(kResultDone);
     ASSERT_TRUE(done);
     EXPECT_EQ(done->result.done.commandId, kCmdAttention);
+    Send(kCmdToneInfo);
+    EXPECT_EQ(AwaitSent(2)[1], "AT+RNGI");
+    Arrive("ERROR");
+    EXPECT_TRUE(NextBlock(kResultError));
+    Send(117);
+    EXPECT_EQ(AwaitSent(3)[2], "");
 }
 
 TEST_F(WorkerThreadTest, CommandsWaitTheirTurnInOrderOfArrival) {
@@ -152,20 +160,6 @@ TEST_F(WorkerThreadTest, ClearPendingDropsParkedCommandsAndLateRepliesGoUnsolici
     EXPECT_EQ(AwaitSent(1).size(), 1u);
     Send(kCmdToneInfo);
     EXPECT_EQ(AwaitSent(2)[1], "AT+RNGI");
-}
-
-TEST_F(WorkerThreadTest, ErrorReplyGivesErrorAndFreesTheLine) {
-    Send(kCmdToneInfo);
-    AwaitSent(1);
-    Arrive("ERROR");
-    EXPECT_TRUE(NextBlock(kResultError));
-    Send(kCmdAttention);
-    EXPECT_EQ(AwaitSent(2)[1], "AT");
-}
-
-TEST_F(WorkerThreadTest, CommandWithoutTextSendsABareLineEnd) {
-    Send(117);
-    EXPECT_EQ(AwaitSent(1), Sent{""});
 }
 
 // The clock is a member, so it is installed before the worker starts and
