@@ -78,15 +78,11 @@ TEST(CommandCatalogue, HoldsExactlyTheCommandsThePhoneKnows) {
 
 TEST(CommandCatalogue, IdsOutsideTheCatalogueHaveNoText) {
     std::set<int32_t> known;
-    for (const ExpectedCommand& want : kExpected) {
-        known.insert(want.id);
-    }
+    for (const ExpectedCommand& want : kExpected) known.insert(want.id);
     // Below, inside and above the command range; inside it, among others, the
     // ids that have a reply decoder but nothing to send (117, 118, 131, 142, 226).
     for (int32_t id = -2; id <= 260; ++id) {
-        if (known.count(id) != 0) {
-            continue;
-        }
+        if (known.count(id) != 0) continue;
         SCOPED_TRACE("id " + std::to_string(id));
         EXPECT_EQ(CatalogueText(id), nullptr);
         EXPECT_EQ(FindCatalogueEntry(id), nullptr);

@@ -9,15 +9,13 @@ namespace {
 
 using namespace std::string_literals;
 
-struct CutCase {
-    const char* text;
-    int count;
-    const char* left;
-    const char* right;
-};
-
 TEST(StringOps, LeftAndRightClampTheirCount) {
-    const CutCase cases[] = {
+    const struct {
+        const char* text;
+        int count;
+        const char* left;
+        const char* right;
+    } cases[] = {
         {"abcdef", 2, "ab", "ef"},
         {"abcdef", 6, "abcdef", "abcdef"},
         {"abcdef", 7, "abcdef", "abcdef"},
@@ -25,32 +23,28 @@ TEST(StringOps, LeftAndRightClampTheirCount) {
         {"abcdef", -3, "", ""},
         {"", 4, "", ""},
     };
-    for (const CutCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.text) + " / " + std::to_string(c.count));
         EXPECT_EQ(Left(c.text, c.count), c.left);
         EXPECT_EQ(Right(c.text, c.count), c.right);
     }
 }
 
-TEST(StringOps, SpanExcludingStopsAtAnyByteOfTheSet) {
+// A set stops a span, or is trimmed, at any of its bytes in any mix; trims
+// without a set remove white space only.
+TEST(StringOps, SpansAndTrims) {
     EXPECT_EQ(SpanExcluding("+CPBR: 1,2", ":="), "+CPBR");
     EXPECT_EQ(SpanExcluding("+CPBR=1:2", ":="), "+CPBR");
     EXPECT_EQ(SpanExcluding("no separator", ":="), "no separator");
     EXPECT_EQ(SpanExcluding(":first", ":"), "");
     EXPECT_EQ(SpanExcluding("abc", ""), "abc");
     EXPECT_EQ(SpanExcluding("ab\r\ncd", "\r\n"), "ab");
-}
-
-TEST(StringOps, TrimWithASetRemovesAnyMixOfItsBytes) {
     EXPECT_EQ(TrimLeft("ATATA+CPBR", "AT"), "+CPBR");
     EXPECT_EQ(TrimLeft("TAAT", "AT"), "");
     EXPECT_EQ(TrimRight("\"\"x\"\"", "\""), "\"\"x");
     EXPECT_EQ(TrimRight("value\r\n\r", "\r\n"), "value");
     EXPECT_EQ(TrimLeft("--(-x-", "-"), "(-x-");
     EXPECT_EQ(TrimLeft("abc", ""), "abc");
-}
-
-TEST(StringOps, TrimWithoutASetRemovesWhiteSpaceOnly) {
     EXPECT_EQ(TrimLeft(" \t\r\n\v\fOK \r\n"), "OK \r\n");
     EXPECT_EQ(TrimRight(" OK \t\r\n"), " OK");
     EXPECT_EQ(TrimLeft(" \r\n"), "");

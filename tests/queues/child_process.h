@@ -1,10 +1,11 @@
-// A second process for the tests of the shared objects: a forked child that
-// runs a function and talks with the parent in single-letter steps over two
-// pipes. The child must not use the test framework's assertions (they would
-// land in its own copy of the test); it reports by its exit status.
+// A forked child for the tests of the shared objects: it runs a function and
+// talks with the parent in single-letter steps over a socket pair. It reports
+// by its exit status only: the framework's assertions would land in its own
+// copy of the test.
 #pragma once
 
 #include <poll.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,73 +15,56 @@
 
 namespace velk::test {
 
-class ChildProcess {
-  public:
-    // How long either side waits for a step before it gives up, so that a
-    // fault shows as a failure rather than a test that hangs.
+// One end of the talk. Either side gives up on a step after kStepPatienceMs,
+// so that a fault fails rather than hangs.
+struct Channel {
     static constexpr int kStepPatienceMs = 10000;
+    int fd = -1;
+    bool Send(char step) const { return write(fd, &step, 1) == 1; }
+    // The next step; '\0' when none came in time or the other side went.
+    char Receive() const {
+        pollfd p{fd, POLLIN, 0};
+        char step = '\0';
+        if (poll(&p, 1, kStepPatienceMs) != 1 || read(fd, &step, 1) != 1) return '\0';
+        return step;
+    }
+};
 
-    class Channel {
-      public:
-        Channel(int in, int out) : in_(in), out_(out) {}
-        bool Send(char step) const { return write(out_, &step, 1) == 1; }
-        // The next step, or '\0' when none came in time or the other side
-        // has gone.
-        char Receive() const {
-            pollfd p{in_, POLLIN, 0};
-            char step = '\0';
-            if (poll(&p, 1, kStepPatienceMs) != 1 || read(in_, &step, 1) != 1) return '\0';
-            return step;
-        }
-
-      private:
-        int in_;
-        int out_;
-    };
-
+class ChildProcess : public Channel {
+  public:
     explicit ChildProcess(const std::function<int(const Channel&)>& body) {
-        int down[2] = {-1, -1};
-        int up[2] = {-1, -1};
-        if (pipe(down) != 0 || pipe(up) != 0) return;
+        int ends[2] = {-1, -1};
+        if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) return;
         pid_ = fork();
         if (pid_ == 0) {
-            close(down[1]);
-            close(up[0]);
-            _exit(body(Channel(down[0], up[1])));
+            close(ends[0]);
+            _exit(body(Channel{ends[1]}));
         }
-        close(down[0]);
-        close(up[1]);
-        toChild_ = down[1];
-        fromChild_ = up[0];
+        close(ends[1]);
+        fd = ends[0];
     }
     ~ChildProcess() {
-        if (pid_ > 0 && !reaped_) Wait();
-        if (toChild_ >= 0) close(toChild_);
-        if (fromChild_ >= 0) close(fromChild_);
+        Wait();
+        close(fd);
     }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     bool Started() const { return pid_ > 0; }
     pid_t Pid() const { return pid_; }
-    Channel ToChild() const { return Channel(fromChild_, toChild_); }
-    bool Send(char step) const { return ToChild().Send(step); }
-    char Receive() const { return ToChild().Receive(); }
-    // The child's exit status; -1 when it ended otherwise.
+    // The child's exit status; -1 when it ended otherwise. The child sees the
+    // parent's end closed.
     int Wait() {
-        if (toChild_ >= 0) close(toChild_);
-        toChild_ = -1;
+        if (pid_ <= 0) return -1;
+        shutdown(fd, SHUT_WR);
         int status = 0;
-        reaped_ = true;
-        if (waitpid(pid_, &status, 0) != pid_ || !WIFEXITED(status)) return -1;
-        return WEXITSTATUS(status);
+        const bool reaped = waitpid(pid_, &status, 0) == pid_;
+        pid_ = -1;
+        return reaped && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
   private:
     pid_t pid_ = -1;
-    bool reaped_ = false;
-    int toChild_ = -1;
-    int fromChild_ = -1;
 };
 
 // A name of shared objects that no other test, here or in a test program

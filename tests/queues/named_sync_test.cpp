@@ -2,7 +2,7 @@
 // the processes left must go on setting, releasing and waiting as before.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <time.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <string>
@@ -16,23 +16,18 @@ namespace {
 using test::ChildProcess;
 using test::UniqueName;
 
-void Nap(long ms) {
-    const timespec pause{0, ms * 1000000L};
-    nanosleep(&pause, nullptr);
-}
-
 // Forks a child that opens the objects, says 'w' and blocks in `wait` until
 // it is killed. Returns once it has been killed and reaped.
 template <typename Wait>
 void KillChildInsideWait(Wait wait) {
-    ChildProcess child([&](const ChildProcess::Channel& parent) {
+    ChildProcess child([&](const test::Channel& parent) {
         parent.Send('w');
         wait();
         return 0;
     });
     ASSERT_TRUE(child.Started());
     ASSERT_EQ(child.Receive(), 'w');
-    Nap(50);  // time for the child to fall asleep in the kernel
+    usleep(50000);  // time for the child to fall asleep in the kernel
     kill(child.Pid(), SIGKILL);
     EXPECT_EQ(child.Wait(), -1);
 }
@@ -52,14 +47,14 @@ TEST(NamedSyncAfterAKilledWaiter, EventStillSetsWakesAndCountsItsEdges) {
         if (mine.OpenExisting(name.c_str())) mine.WaitForEdge(seen, stop);
     });
     // A living waiter in another process is still woken by the Set below.
-    ChildProcess waiter([&](const ChildProcess::Channel& parent) {
+    ChildProcess waiter([&](const test::Channel& parent) {
         NamedEvent mine;
         if (!mine.OpenExisting(name.c_str())) return 1;
         parent.Send('w');
-        return mine.Wait(ChildProcess::kStepPatienceMs) == kWaitObject0 ? 0 : 2;
+        return mine.Wait(test::Channel::kStepPatienceMs) == kWaitObject0 ? 0 : 2;
     });
     ASSERT_EQ(waiter.Receive(), 'w');
-    Nap(50);
+    usleep(50000);
     for (int round = 0; round < 3; ++round) {
         EXPECT_TRUE(event.Set());
         EXPECT_TRUE(event.Reset());
@@ -94,10 +89,10 @@ TEST(NamedSyncAfterAKilledWaiter, SemaphoreAndMutexStillPassTheirUnits) {
         EXPECT_EQ(semaphore.Wait(1000), kWaitObject0);
     }
     EXPECT_TRUE(mutex.Release());
-    ChildProcess taker([&](const ChildProcess::Channel&) {
+    ChildProcess taker([&](const test::Channel&) {
         NamedMutex mine;
         if (!mine.Create(mutexName.c_str())) return 1;
-        return mine.Wait(ChildProcess::kStepPatienceMs) == kWaitObject0 && mine.Release() ? 0 : 2;
+        return mine.Wait(test::Channel::kStepPatienceMs) == kWaitObject0 && mine.Release() ? 0 : 2;
     });
     EXPECT_EQ(taker.Wait(), 0);
     semaphore.Close();

@@ -4,16 +4,23 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstring>
+#include <fstream>
 #include <numeric>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "child_process.h"
+#include "queues/named_event_watcher.h"
 
 namespace velk {
 namespace {
 
+using namespace std::chrono_literals;
 using test::ChildProcess;
 
 std::string ShmPath(const std::string& queue) {
@@ -56,63 +63,30 @@ TEST(SharedQueueNames, EveryObjectOfAQueueHasItsName) {
     EXPECT_EQ(QueueObjectName(QueueObject::kMapping, nullptr), "");
 }
 
-TEST(SharedQueueWorker, PbIsMadeAsTheWorkerMakesIt) {
-    // The worker's own way: join the queue if it is there, else make it. A
-    // worker may be running beside this test, so only what it would not
-    // change is looked at, and the queue stays in place afterwards, as the
-    // worker leaves it.
-    CSharedQueue pb;
-    pb.Init("PB");
-    const bool existed = pb.Exists() != 0;
-    ASSERT_EQ(existed ? pb.Open("PB", 20, 3000) : pb.Create("PB", 20, 3000), 1);
+// The worker's queue size: a 272-byte header, 8 bytes a slot, the data area.
+TEST_F(SharedQueueTest, NewQueueIsPrivateAndHasItsHeaderAndNothingElse) {
+    ASSERT_EQ(queue.Create(name.c_str(), 20, 3000), 1);
+    ASSERT_NE(queue.EmptyEvent(), nullptr);
     struct stat st {};
-    ASSERT_EQ(stat("/dev/shm/ATNEXUM_PB_FILEMAPPING", &st), 0);
+    ASSERT_EQ(stat(ShmPath(name).c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u);
-    EXPECT_EQ(st.st_size, 3432);
+    ASSERT_EQ(st.st_size, 3432);
+    std::vector<uint8_t> all(3432);
+    std::ifstream(ShmPath(name), std::ios::binary).read(reinterpret_cast<char*>(all.data()), 3432);
     SharedQueueHeader header{};
-    std::FILE* file = std::fopen("/dev/shm/ATNEXUM_PB_FILEMAPPING", "rb");
-    ASSERT_NE(file, nullptr);
-    ASSERT_EQ(std::fread(&header, sizeof header, 1, file), 1u);
-    std::fclose(file);
+    std::memcpy(&header, all.data(), sizeof header);
     EXPECT_EQ(header.totalSize, 3432u);
     EXPECT_EQ(header.capacity, 20);
-    EXPECT_STREQ(header.name, "PB");
-    EXPECT_EQ(header.lastIndex, -1);
-    EXPECT_NE(pb.EmptyEvent(), nullptr);
-}
-
-TEST_F(SharedQueueTest, NewQueueHasItsHeaderAndNothingElse) {
-    ASSERT_EQ(queue.Create(name.c_str(), 3, 50), 1);
-    SharedQueueHeader header{};
-    std::FILE* file = std::fopen(ShmPath(name).c_str(), "rb");
-    ASSERT_NE(file, nullptr);
-    std::vector<uint8_t> all(50 + 3 * 8 + 272);
-    ASSERT_EQ(std::fread(all.data(), all.size(), 1, file), 1u);
-    std::fclose(file);
-    std::memcpy(&header, all.data(), sizeof header);
-    EXPECT_EQ(header.totalSize, 346u);
-    EXPECT_EQ(header.capacity, 3);
     EXPECT_EQ(std::string(header.name), name);
-    // The name field is zero behind the terminator, and so is all after it.
-    for (std::size_t i = 8 + name.size(); i < 268; ++i) ASSERT_EQ(all[i], 0) << i;
     EXPECT_EQ(header.lastIndex, -1);
+    // The name field is zero behind the terminator, and so is all after the header.
+    for (std::size_t i = 8 + name.size(); i < 268; ++i) ASSERT_EQ(all[i], 0) << i;
     for (std::size_t i = 272; i < all.size(); ++i) ASSERT_EQ(all[i], 0) << i;
     EXPECT_TRUE(queue.IsEmpty());
-    EXPECT_EQ(queue.FreeBytes(), 50);
+    EXPECT_EQ(queue.FreeBytes(), 3000);
 }
 
-TEST_F(SharedQueueTest, FullQueueRefusesHoweverSmallTheItem) {
-    ASSERT_EQ(queue.Create(name.c_str(), 20, 3000), 1);
-    const uint8_t byte = 7;
-    for (int i = 0; i < 20; ++i) ASSERT_EQ(queue.Push(&byte, 1), 1) << i;
-    EXPECT_EQ(queue.Push(&byte, 1), 0);
-    EXPECT_EQ(queue.Push(&byte, 0), 0);
-    uint8_t out = 0;
-    EXPECT_EQ(queue.Pop(&out, 1), 1);
-    EXPECT_EQ(queue.Push(&byte, 1), 1);
-}
-
-TEST_F(SharedQueueTest, ItemsAreBoundedAt10000Bytes) {
+TEST_F(SharedQueueTest, RefusesItemsBeyondItsSlotsItsSpaceOr10000Bytes) {
     ASSERT_EQ(queue.Create(name.c_str(), 4, 25000), 1);
     const std::vector<uint8_t> big = Pattern(10001, 1);
     EXPECT_EQ(queue.Push(big.data(), 10001), 0);
@@ -125,37 +99,36 @@ TEST_F(SharedQueueTest, ItemsAreBoundedAt10000Bytes) {
     EXPECT_EQ(queue.FreeBytes(), 5000);
     EXPECT_EQ(queue.Push(big.data(), 5000), 1);
     EXPECT_EQ(queue.FreeBytes(), 0);
+    queue.Clear();
+    EXPECT_EQ(queue.FreeBytes(), 25000);
+    // With every slot taken no item goes in, however small.
+    for (int i = 0; i < 4; ++i) ASSERT_EQ(queue.Push(big.data(), 1), 1) << i;
+    EXPECT_EQ(queue.Push(big.data(), 1), 0);
+    EXPECT_EQ(queue.Push(big.data(), 0), 0);
+    uint8_t out = 0;
+    EXPECT_EQ(queue.Pop(&out, 1), 1);
+    EXPECT_EQ(queue.Push(big.data(), 1), 1);
 }
 
-TEST_F(SharedQueueTest, ShortBufferLeavesTheItemInPlace) {
-    ASSERT_EQ(queue.Create(name.c_str(), 4, 100), 1);
-    const std::vector<uint8_t> item = Pattern(12, 40);
-    ASSERT_EQ(queue.Push(item.data(), 12), 1);
-    std::vector<uint8_t> out(12, 0);
-    EXPECT_EQ(queue.Pop(out.data(), 11), -1);
-    EXPECT_EQ(queue.ReadItem(0, out.data(), 11), -1);
-    EXPECT_FALSE(queue.IsEmpty());
-    EXPECT_EQ(queue.Pop(out.data(), 12), 12);
-    EXPECT_EQ(out, item);
-    EXPECT_EQ(queue.Pop(out.data(), 12), -1);
-}
-
-TEST_F(SharedQueueTest, ItemsAreAddressedByIndexFromTheOldest) {
+TEST_F(SharedQueueTest, ReadsByIndexFromTheOldestAndShortBuffersTakeNothing) {
     ASSERT_EQ(queue.Create(name.c_str(), 4, 100), 1);
     ASSERT_EQ(queue.Push("one", 3), 1);
     ASSERT_EQ(queue.Push("three", 5), 1);
     char out[8] = {};
     EXPECT_EQ(queue.ReadItem(1, out, sizeof out), 5);
     EXPECT_EQ(std::string(out, 5), "three");
+    EXPECT_EQ(queue.ReadItem(1, out, 4), -1);
     EXPECT_EQ(queue.ReadItem(2, out, sizeof out), -1);
     EXPECT_EQ(queue.ReadItem(-1, out, sizeof out), -1);
+    EXPECT_EQ(queue.Pop(out, 2), -1);
     EXPECT_EQ(queue.EraseItem(2), 0);
     EXPECT_EQ(queue.EraseItem(0), 1);
     EXPECT_EQ(queue.ReadItem(0, out, sizeof out), 3);
     EXPECT_EQ(std::string(out, 3), std::string(3, '\0'));
-    queue.Clear();
-    EXPECT_TRUE(queue.IsEmpty());
-    EXPECT_EQ(queue.FreeBytes(), 100);
+    EXPECT_EQ(queue.Pop(out, sizeof out), 3);
+    EXPECT_EQ(queue.Pop(out, sizeof out), 5);
+    EXPECT_EQ(std::string(out, 5), "three");
+    EXPECT_EQ(queue.Pop(out, sizeof out), -1);
 }
 
 TEST_F(SharedQueueTest, OpenTakesTheNumbersOfTheQueueItFinds) {
@@ -182,7 +155,6 @@ TEST_F(SharedQueueTest, NamesTooLongOrMissingQueuesMakeNothing) {
     CSharedQueue::RemoveObjects(tooLong.c_str());
     EXPECT_EQ(queue.Open(name.c_str(), 20, 3000), 0);
     EXPECT_FALSE(queue.IsOpen());
-    EXPECT_EQ(access(ShmPath(name).c_str(), F_OK), -1);
     EXPECT_EQ(queue.Push("x", 1), 0);
     char out[1];
     EXPECT_EQ(queue.Pop(out, 1), -1);
@@ -226,49 +198,77 @@ TEST_F(SharedQueueTest, GarbledDirectoryFailsWithoutTouchingOtherMemory) {
     EXPECT_EQ(queue.FreeBytes(), 0);
 }
 
+// A at 0..39 and B at 40..59; once A is gone, C goes in at 60: 4 bytes at the
+// end of the ring, 26 at its start. The child pops what the parent pushed and
+// answers with an item of its own.
 TEST_F(SharedQueueTest, TwoProcessesPassItemsAcrossTheWrap) {
     ASSERT_EQ(queue.Create(name.c_str(), 4, 64), 1);
-    struct Item {
-        int length;
-        uint8_t seed;
-    };
-    // A at 0..39 and B at 40..59; once A is gone, C goes in at 60: 4 bytes at
-    // the end of the ring, 26 at its start.
-    const Item a{40, 1}, b{20, 60}, c{30, 120}, reply{30, 200};
-    // The child pops what the parent pushed and answers with its own item.
-    ChildProcess child([&](const ChildProcess::Channel& parent) {
+    const std::vector<uint8_t> a = Pattern(40, 1), b = Pattern(20, 60), c = Pattern(30, 120),
+                               reply = Pattern(30, 200);
+    ChildProcess child([&](const test::Channel& parent) {
         CSharedQueue mine;
         if (mine.Open(name.c_str(), 1, 1) != 1) return 10;
-        for (const std::vector<Item>& round : {std::vector<Item>{a}, std::vector<Item>{b, c}}) {
-            if (parent.Receive() != 'p') return 11;
-            for (const Item& item : round) {
-                uint8_t out[64];
-                if (mine.Pop(out, sizeof out) != item.length) return 12;
-                if (std::memcmp(out, Pattern(item.length, item.seed).data(),
-                                static_cast<std::size_t>(item.length)) != 0) {
-                    return 13;
-                }
-            }
-            parent.Send('d');
-        }
-        if (mine.Push(Pattern(reply.length, reply.seed).data(), reply.length) != 1) return 14;
-        parent.Send('r');
-        return 0;
+        const auto pops = [&](const std::vector<uint8_t>& item) {
+            uint8_t out[64];
+            return mine.Pop(out, sizeof out) == static_cast<int>(item.size()) &&
+                   std::equal(item.begin(), item.end(), out);
+        };
+        if (parent.Receive() != 'p' || !pops(a) || !parent.Send('d')) return 11;
+        if (parent.Receive() != 'p' || !pops(b) || !pops(c) || !parent.Send('d')) return 12;
+        return mine.Push(reply.data(), 30) == 1 && parent.Send('r') ? 0 : 13;
     });
     ASSERT_TRUE(child.Started());
-    for (const Item& item : {a, b}) {
-        ASSERT_EQ(queue.Push(Pattern(item.length, item.seed).data(), item.length), 1);
-    }
+    ASSERT_EQ(queue.Push(a.data(), 40), 1);
+    ASSERT_EQ(queue.Push(b.data(), 20), 1);
     child.Send('p');
     ASSERT_EQ(child.Receive(), 'd');
-    ASSERT_EQ(queue.Push(Pattern(c.length, c.seed).data(), c.length), 1);
+    ASSERT_EQ(queue.Push(c.data(), 30), 1);
     child.Send('p');
     ASSERT_EQ(child.Receive(), 'd');
     ASSERT_EQ(child.Receive(), 'r');
-    uint8_t out[30];
-    EXPECT_EQ(queue.Pop(out, sizeof out), 30);
-    EXPECT_EQ(std::memcmp(out, Pattern(reply.length, reply.seed).data(), 30), 0);
+    std::vector<uint8_t> out(30);
+    EXPECT_EQ(queue.Pop(out.data(), 30), 30);
+    EXPECT_EQ(out, reply);
     EXPECT_EQ(child.Wait(), 0);
+}
+
+// The watcher of the empty event calls once for each new signal, from any
+// process; never for a signal already there, nor after its stop.
+TEST_F(SharedQueueTest, EmptyEventWatcherCallsOnceForEachNewSignal) {
+    ASSERT_EQ(queue.Create(name.c_str(), 20, 3000), 1);
+    NamedEvent& empty = *queue.EmptyEvent();
+    // The child is forked before the watcher's thread exists.
+    ChildProcess other([&](const test::Channel& parent) {
+        NamedEvent event;
+        if (!event.OpenExisting(QueueObjectName(QueueObject::kEmptyEvent, name.c_str()).c_str()))
+            return 10;
+        // Reset then set: a new signal. The second Set finds it signalled.
+        return parent.Receive() == 'g' && event.Reset() && event.Set() && event.Set() ? 0 : 11;
+    });
+    std::atomic<int> calls{0};
+    const auto reached = [&](int count) {
+        for (int i = 0; i < 2000 && calls < count; ++i) std::this_thread::sleep_for(1ms);
+        return calls >= count;
+    };
+    CNamedEventWatcher watcher;
+    ASSERT_TRUE(watcher.Start(empty, [&] { ++calls; }));  // the event starts signalled
+    EXPECT_FALSE(watcher.Start(empty, [] {}));
+    other.Send('g');
+    ASSERT_EQ(other.Wait(), 0);
+    EXPECT_TRUE(reached(1));
+    EXPECT_TRUE(empty.Reset() && empty.Set());
+    EXPECT_TRUE(reached(2));
+    const auto before = std::chrono::steady_clock::now();
+    watcher.Stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 500ms);
+    EXPECT_FALSE(watcher.Running());
+    EXPECT_TRUE(empty.Reset() && empty.Set());
+    ASSERT_TRUE(watcher.Start(empty, [&] { ++calls; }));
+    EXPECT_TRUE(empty.Reset() && empty.Set());
+    EXPECT_TRUE(reached(3));
+    watcher.Stop();
+    // A watcher that fired on the lasting level would be far beyond by now.
+    EXPECT_EQ(calls, 3);
 }
 
 }  // namespace

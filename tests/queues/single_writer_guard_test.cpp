@@ -15,8 +15,14 @@ namespace {
 
 using test::ChildProcess;
 
-// A guard under a name of its own, with a look at its event and its count
-// from outside, as another process would have them.
+// Sends a step to the partner and gives its answer.
+char Step(const ChildProcess& partner, char step) {
+    partner.Send(step);
+    return partner.Receive();
+}
+
+// A guard under a name of its own, with its event and count seen from
+// outside, as another process would have them.
 class SingleWriterGuardTest : public ::testing::Test {
   protected:
     void SetUp() override {
@@ -33,39 +39,24 @@ class SingleWriterGuardTest : public ::testing::Test {
         CSharedQueue::RemoveObjects(name.c_str());
     }
 
-    // A child that opens the same guard and runs the steps the parent sends:
-    // 'r' enter as reader, 'd' leave, 'w' try to write at once (answers 't'
-    // on a time-out), 'W' write, 'x' end at once holding whatever it holds,
-    // as a process that crashes does. Answers 'k' per step.
+    // A child on the same guard that runs the parent's steps: 'r' enter as
+    // reader, 'd' leave, 'w' try to write at once, 'W' write, 'x' end at once
+    // holding whatever it holds, as a process that crashes does. It answers
+    // 'k', or 't' for a write that timed out, or 'f' when a wait failed.
     ChildProcess StartPartner() {
-        return ChildProcess([this](const ChildProcess::Channel& parent) {
+        return ChildProcess([this](const test::Channel& parent) {
             CSingleWriterGuard mine;
             if (mine.Initialize(name.c_str()) != 1) return 10;
-            for (;;) {
-                switch (parent.Receive()) {
-                    case 'r':
-                        if (mine.WaitToRead(kInfinite) != kWaitObject0) return 11;
-                        break;
-                    case 'd':
-                        mine.DoneReading();
-                        break;
-                    case 'w':
-                        if (mine.WaitToWrite(0) == kWaitTimeout) {
-                            parent.Send('t');
-                            continue;
-                        }
-                        break;
-                    case 'W':
-                        if (mine.WaitToWrite(kInfinite) != kWaitObject0) return 12;
-                        break;
-                    case 'x':
-                        parent.Send('k');
-                        _exit(0);
-                    default:
-                        return 13;
-                }
-                parent.Send('k');
+            for (char step = parent.Receive(); step != '\0'; step = parent.Receive()) {
+                char answer = 'k';
+                if (step == 'r') answer = mine.WaitToRead(kInfinite) == kWaitObject0 ? 'k' : 'f';
+                if (step == 'd') mine.DoneReading();
+                if (step == 'w') answer = mine.WaitToWrite(0) == kWaitTimeout ? 't' : 'k';
+                if (step == 'W') answer = mine.WaitToWrite(kInfinite) == kWaitObject0 ? 'k' : 'f';
+                parent.Send(answer);
+                if (step == 'x') _exit(0);
             }
+            return 0;
         });
     }
 
@@ -78,71 +69,49 @@ class SingleWriterGuardTest : public ::testing::Test {
 TEST_F(SingleWriterGuardTest, FirstReaderResetsTheEventAndTheLastSetsIt) {
     ChildProcess partner = StartPartner();
     ASSERT_TRUE(noReaders.IsSet());
-    partner.Send('r');
-    ASSERT_EQ(partner.Receive(), 'k');
+    ASSERT_EQ(Step(partner, 'r'), 'k');
     EXPECT_FALSE(noReaders.IsSet());
     ASSERT_EQ(guard.WaitToRead(0), kWaitObject0);
     EXPECT_EQ(numReaders.Count(), 2);
-    partner.Send('d');
-    ASSERT_EQ(partner.Receive(), 'k');
+    ASSERT_EQ(Step(partner, 'd'), 'k');
     EXPECT_FALSE(noReaders.IsSet());
     EXPECT_EQ(numReaders.Count(), 1);
     guard.DoneReading();
     EXPECT_TRUE(noReaders.IsSet());
     EXPECT_EQ(numReaders.Count(), 0);
-    partner.Send('x');
-    EXPECT_EQ(partner.Receive(), 'k');
+    EXPECT_EQ(Step(partner, 'x'), 'k');
     EXPECT_EQ(partner.Wait(), 0);
 }
 
-TEST_F(SingleWriterGuardTest, WriterWithAReaderInsideTimesOutAndChangesNothing) {
+TEST_F(SingleWriterGuardTest, AWriterAndReadersKeepEachOtherOut) {
     ChildProcess partner = StartPartner();
-    partner.Send('r');
-    ASSERT_EQ(partner.Receive(), 'k');
+    ASSERT_EQ(guard.WaitToWrite(kInfinite), kWaitObject0);
+    EXPECT_EQ(Step(partner, 'w'), 't');
+    EXPECT_EQ(numReaders.Count(), 0);
+    guard.DoneWriting();
+    ASSERT_EQ(Step(partner, 'r'), 'k');
+    // A writer that times out on a reader changes nothing and lets the mutex
+    // go: the reader can still leave, which needs it.
     EXPECT_EQ(guard.WaitToWrite(0), kWaitTimeout);
     EXPECT_EQ(numReaders.Count(), 1);
     EXPECT_FALSE(noReaders.IsSet());
-    // The mutex was let go: the reader can still leave, which needs it.
-    partner.Send('d');
-    ASSERT_EQ(partner.Receive(), 'k');
+    ASSERT_EQ(Step(partner, 'd'), 'k');
     EXPECT_TRUE(noReaders.IsSet());
     EXPECT_EQ(guard.WaitToWrite(0), kWaitObject0);
     guard.DoneWriting();
-    partner.Send('x');
-    EXPECT_EQ(partner.Receive(), 'k');
-}
-
-TEST_F(SingleWriterGuardTest, AWriterKeepsReadersAndWritersOut) {
-    ChildProcess partner = StartPartner();
-    ASSERT_EQ(guard.WaitToWrite(kInfinite), kWaitObject0);
-    partner.Send('w');
-    EXPECT_EQ(partner.Receive(), 't');
-    EXPECT_EQ(numReaders.Count(), 0);
-    guard.DoneWriting();
-    partner.Send('r');
-    EXPECT_EQ(partner.Receive(), 'k');
-    partner.Send('x');
-    EXPECT_EQ(partner.Receive(), 'k');
+    EXPECT_EQ(Step(partner, 'x'), 'k');
 }
 
 TEST_F(SingleWriterGuardTest, AProcessThatEndsInsideDoesNotLockTheGuardForEver) {
-    {
-        ChildProcess writer = StartPartner();
-        writer.Send('W');
-        ASSERT_EQ(writer.Receive(), 'k');
-        writer.Send('x');
-        ASSERT_EQ(writer.Receive(), 'k');
-        ASSERT_EQ(writer.Wait(), 0);
-    }
-    EXPECT_EQ(guard.WaitToWrite(2000), kWaitAbandoned);
-    guard.DoneWriting();
-    {
-        ChildProcess reader = StartPartner();
-        reader.Send('r');
-        ASSERT_EQ(reader.Receive(), 'k');
-        reader.Send('x');
-        ASSERT_EQ(reader.Receive(), 'k');
-        ASSERT_EQ(reader.Wait(), 0);
+    for (const char inside : {'W', 'r'}) {
+        ChildProcess partner = StartPartner();
+        ASSERT_EQ(Step(partner, inside), 'k');
+        ASSERT_EQ(Step(partner, 'x'), 'k');
+        ASSERT_EQ(partner.Wait(), 0);
+        if (inside == 'W') {
+            EXPECT_EQ(guard.WaitToWrite(2000), kWaitAbandoned);
+            guard.DoneWriting();
+        }
     }
     EXPECT_FALSE(noReaders.IsSet());
     EXPECT_EQ(guard.WaitToWrite(2000), kWaitObject0);
@@ -171,6 +140,10 @@ TEST(SingleWriterGuardNames, LongNamesLeaveTheGuardUnbuilt) {
                   row.built == 1);
         CSharedQueue::RemoveObjects(name.c_str());
     }
+    CSingleWriterGuard own;  // a null name makes a guard of its own
+    ASSERT_EQ(own.Initialize(nullptr), 1);
+    EXPECT_EQ(own.WaitToWrite(0), kWaitObject0);
+    own.DoneWriting();
 }
 
 TEST(SingleWriterGuardNames, AnObjectOfAnotherKindUnderItsNameIsRefusedAtOnce) {
@@ -185,13 +158,6 @@ TEST(SingleWriterGuardNames, AnObjectOfAnotherKindUnderItsNameIsRefusedAtOnce) {
     EXPECT_EQ(guard.WaitToWrite(0), kWaitFailed);
     squatter.Close();
     CSharedQueue::RemoveObjects(name.c_str());
-}
-
-TEST(SingleWriterGuardNames, ANullNameMakesAGuardOfItsOwn) {
-    CSingleWriterGuard guard;
-    ASSERT_EQ(guard.Initialize(nullptr), 1);
-    EXPECT_EQ(guard.WaitToWrite(0), kWaitObject0);
-    guard.DoneWriting();
 }
 
 }  // namespace

@@ -19,15 +19,22 @@ class ReceiveQueueTest : public ::testing::Test {
     }
 };
 
-TEST_F(ReceiveQueueTest, LinesLeaveInTheOrderTheyCame) {
+// Each way of taking a line takes the oldest whole line: the copying take
+// with its terminator, the pop into the caller's buffer, and the reader's
+// take without a copy, which keeps a zero byte (the reader decides).
+TEST_F(ReceiveQueueTest, LinesLeaveWholeInTheOrderTheyCame) {
+    const std::string binary("+IMGR: 1,\"a\0b\"\r\n", 17);
     Push("+RNGI: \"a\",1\r\n");
+    Push(binary);
     Push("OK\r\n");
     ASSERT_EQ(HasLine(), 1);
     ASSERT_EQ(HeadLength(), 14u);
     std::string first(HeadLength(), '\0');
     PopLine(first.data());
     EXPECT_EQ(first, "+RNGI: \"a\",1\r\n");
-
+    std::string line = "left over from the line before, longer than the next";
+    ASSERT_TRUE(TakeLineText(line));
+    EXPECT_EQ(line, binary);
     char* buffer = nullptr;
     uint32_t length = 0;
     ASSERT_TRUE(TakeLine(buffer, length));
@@ -50,71 +57,34 @@ TEST_F(ReceiveQueueTest, TakeOnAnEmptyQueueLeavesTheArgumentsAlone) {
     char* none = nullptr;
     ReleaseLine(none);  // a null buffer is fine
     std::string line = "kept";
-    EXPECT_FALSE(TakeLineText(line));
-    EXPECT_EQ(line, "kept");
     Push("OK\r\n");
     ClearLines();
     EXPECT_FALSE(TakeLineText(line));
     EXPECT_EQ(line, "kept");
 }
 
-// TakeLineText: the reader's way to take a line without a copy, beside the
-// copying take.
-TEST_F(ReceiveQueueTest, TakeLineTextTakesWholeLinesInOrder) {
-    const std::string binary("+IMGR: 1,\"a\0b\"\r\n", 17);
-    Push("+CPBR: 1,\"+4930555\",145,\"A long enough name\"\r\n");
-    Push(binary);
-    Push("OK\r\n");
-
-    std::string line = "left over from the line before";
-    ASSERT_TRUE(TakeLineText(line));
-    EXPECT_EQ(line, "+CPBR: 1,\"+4930555\",145,\"A long enough name\"\r\n");
-    ASSERT_TRUE(TakeLineText(line));
-    EXPECT_EQ(line, binary);  // a zero byte is kept: the reader decides
-    char* buffer = nullptr;
-    uint32_t length = 0;
-    ASSERT_TRUE(TakeLine(buffer, length));
-    EXPECT_EQ(std::string(buffer, length), "OK\r\n");
-    ReleaseLine(buffer);
-    EXPECT_EQ(HasLine(), 0);
-}
-
-struct DefaultDevice {
-    uint8_t port;
-    const char* path;
-};
-
-TEST(PortDevices, DefaultsCountFromTheFirstSerialPort) {
-    const DefaultDevice rows[] = {
-        {1, "/dev/ttyS0"}, {2, "/dev/ttyS1"}, {12, "/dev/ttyS11"}, {255, "/dev/ttyS254"}};
-    for (const DefaultDevice& row : rows) {
-        std::string path;
+TEST(PortDevices, DefaultsMappingsAndRefusals) {
+    const struct {
+        uint8_t port;
+        const char* path;
+    } rows[] = {{1, "/dev/ttyS0"}, {2, "/dev/ttyS1"}, {12, "/dev/ttyS11"}, {255, "/dev/ttyS254"}};
+    std::string path;
+    for (const auto& row : rows) {
         ASSERT_TRUE(PortDevicePath(row.port, path)) << int{row.port};
         EXPECT_EQ(path, row.path);
     }
-    std::string none = "unchanged";
-    EXPECT_FALSE(PortDevicePath(0, none));
-}
-
-TEST(PortDevices, MappingAndRestoringTheDefault) {
-    std::string path;
     ASSERT_EQ(SetPortDevice(7, "/dev/ttyUSB0"), 1);
     ASSERT_TRUE(PortDevicePath(7, path));
     EXPECT_EQ(path, "/dev/ttyUSB0");
     ASSERT_TRUE(PortDevicePath(8, path));
     EXPECT_EQ(path, "/dev/ttyS7") << "a mapping is for its own port only";
-
-    const std::string longest(PATH_MAX - 1, 'p');
-    const std::string tooLong(PATH_MAX, 'p');
-    EXPECT_EQ(SetPortDevice(7, tooLong.c_str()), 0);
+    EXPECT_EQ(SetPortDevice(7, std::string(PATH_MAX, 'p').c_str()), 0);
     ASSERT_TRUE(PortDevicePath(7, path));
     EXPECT_EQ(path, "/dev/ttyUSB0") << "a refused path changes nothing";
-    EXPECT_EQ(SetPortDevice(7, longest.c_str()), 1);
-
+    EXPECT_EQ(SetPortDevice(7, std::string(PATH_MAX - 1, 'p').c_str()), 1);
     EXPECT_EQ(SetPortDevice(7, nullptr), 1);
     ASSERT_TRUE(PortDevicePath(7, path));
     EXPECT_EQ(path, "/dev/ttyS6");
-
     EXPECT_EQ(SetPortDevice(0, "/dev/ttyUSB0"), 0);
     EXPECT_FALSE(PortDevicePath(0, path));
 }
