@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -58,6 +59,37 @@ std::shared_ptr<Queue> Find(ThreadId id) {
     return it == r.queues.end() ? nullptr : it->second;
 }
 
+// The queues this thread posted to last. A dialogue posts to the same two or
+// three queues over and over; found here, a post takes no lock of the whole
+// process, which the serial reader, the worker and the transfer thread would
+// otherwise contend for with every line. An id is never given twice, so a
+// queue found here is the one its id named; a closed one refuses the post
+// under its own lock, as it would if found in the registry.
+class PostTargets {
+  public:
+    Queue* Find(ThreadId id) {
+        for (const Entry& entry : entries_) {
+            if (entry.queue && entry.id == id) return entry.queue.get();
+        }
+        std::shared_ptr<Queue> queue = velk::Find(id);
+        if (!queue) return nullptr;
+        Entry& slot = entries_[next_];
+        next_ = (next_ + 1) % entries_.size();
+        slot = {id, std::move(queue)};
+        return slot.queue.get();
+    }
+
+  private:
+    struct Entry {
+        ThreadId id = kNoThread;
+        std::shared_ptr<Queue> queue;
+    };
+    std::array<Entry, 4> entries_;
+    std::size_t next_ = 0;
+};
+
+thread_local PostTargets t_postTargets;
+
 bool InRange(const ThreadMessage& m, uint32_t first, uint32_t last) {
     return (first == 0 && last == 0) || (m.message >= first && m.message <= last);
 }
@@ -102,8 +134,8 @@ void CloseThreadQueue(const std::function<void(const ThreadMessage&)>& disposeLe
 
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): wParam before lParam, as ever
 bool PostThreadMessage(ThreadId target, uint32_t message, uintptr_t wParam, intptr_t lParam) {
-    std::shared_ptr<Queue> queue = Find(target);
-    if (!queue) return false;
+    Queue* queue = t_postTargets.Find(target);
+    if (queue == nullptr) return false;
     {
         std::lock_guard<std::mutex> hold(queue->mutex);
         if (queue->closed || queue->messages.size() >= kMaxQueuedMessages) return false;
