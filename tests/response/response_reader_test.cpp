@@ -16,42 +16,35 @@ namespace {
 
 using namespace std::string_literals;
 
-// Puts lines into the serial link's receive queue as the line assembler
-// would, line end included.
-void Queue(std::initializer_list<std::string> lines) {
-    for (const std::string& line : lines) {
-        ASSERT_EQ(PushLine(line.data(), static_cast<uint32_t>(line.size())), 1);
-    }
-}
-
-class ResponseReaderTest : public ::testing::Test {
+class ResponseReader : public ::testing::Test {
   protected:
-    ResponseReaderTest() {
-        ClearLines();
-        DrainOwnQueue();
-    }
-    ~ResponseReaderTest() override {
+    ResponseReader() { ClearLines(), Notices(); }
+    ~ResponseReader() override {
         EXPECT_EQ(HasLine(), 0);
-        DrainOwnQueue();
+        Notices();
     }
 
-    static void DrainOwnQueue() {
-        ThreadMessage m;
-        while (PeekThreadMessage(m, AT_MSG_REPLY_UNSOLICITED, AT_MSG_REPLY_UNSOLICITED)) {
+    // Puts lines into the serial link's receive queue as the line assembler
+    // would, line end included.
+    static void Queue(std::initializer_list<std::string> lines) {
+        for (const std::string& line : lines) {
+            ASSERT_EQ(PushLine(line.data(), static_cast<uint32_t>(line.size())), 1);
         }
     }
-    static int RepliesOutOfTurnPosted() {
+    // The notices of lines out of turn posted to the worker since the last call.
+    static int Notices() {
         int count = 0;
         ThreadMessage m;
         while (PeekThreadMessage(m, AT_MSG_REPLY_UNSOLICITED, AT_MSG_REPLY_UNSOLICITED)) ++count;
         return count;
     }
+    const ATResponseRecord& Record() { return reader_.lines.GetRecord(0); }
 
     testing::PostedErrors errors_;  // first: makes this thread's queue
     CATResponseReader reader_;
 };
 
-TEST_F(ResponseReaderTest, MultiLineReplyIsOneReadPerLine) {
+TEST_F(ResponseReader, MultiLineReplyIsOneReadPerLine) {
     std::string command = "AT+CNUM";
     Queue({"AT+CNUM\r\n", "+CNUM: \"one\",\"+34600000001\",145\r\n",
            "+CNUM: ,\"+34600000002\",145\r\n", "+CNUM: \"three\",\"1234567890\",129\r\n",
@@ -70,34 +63,32 @@ TEST_F(ResponseReaderTest, MultiLineReplyIsOneReadPerLine) {
     for (const Step& s : steps) {
         EXPECT_EQ(reader_.ReadSolicited(command), s.returned);
         EXPECT_EQ(reader_.finished, s.finished);
-        const ATResponseRecord& record = reader_.lines.GetRecord(0);
-        EXPECT_EQ(record.kind, s.kind);
-        EXPECT_EQ(record.firstParam.text, s.firstText);
+        EXPECT_EQ(Record().kind, s.kind);
+        EXPECT_EQ(Record().firstParam.text, s.firstText);
     }
     EXPECT_EQ(reader_.finalStatus(), kindOk);
     EXPECT_TRUE(errors_.Take().empty());
 }
 
-TEST_F(ResponseReaderTest, RecordZeroHoldsOnlyTheLastLineWithItsChain) {
+TEST_F(ResponseReader, RecordZeroHoldsOnlyTheLastLineWithItsChain) {
     std::string command = "AT+CPBR=1";
     Queue({"+CPBR: 1,\"+31234657899\",145,\"Mama GSM\"\r\n", "OK\r\n"});
     ASSERT_EQ(reader_.ReadSolicited(command), 1);
-    const ATResponseRecord& record = reader_.lines.GetRecord(0);
-    EXPECT_EQ(record.text, "+CPBR: 1,\"+31234657899\",145,\"Mama GSM\"\r");
-    EXPECT_EQ(record.responseCode, 14u);
+    EXPECT_EQ(Record().text, "+CPBR: 1,\"+31234657899\",145,\"Mama GSM\"\r");
+    EXPECT_EQ(Record().responseCode, 14u);
     std::vector<std::string> texts;
-    for (const ATResponseParam* p = &record.firstParam; p != nullptr; p = p->next) {
+    for (const ATResponseParam* p = &Record().firstParam; p != nullptr; p = p->next) {
         texts.push_back(p->text);
     }
     EXPECT_EQ(texts, (std::vector<std::string>{"1", "+31234657899", "145", "Mama GSM"}));
     EXPECT_EQ(reader_.matcher.current.firstParam.next, nullptr);  // handed to the record
 
     EXPECT_EQ(reader_.ReadSolicited(command), 0);
-    EXPECT_EQ(reader_.lines.GetRecord(0).ParamCount(), 1u);
-    EXPECT_EQ(reader_.lines.GetRecord(0).kind, kindOk);
+    EXPECT_EQ(Record().ParamCount(), 1u);
+    EXPECT_EQ(Record().kind, kindOk);
 }
 
-TEST_F(ResponseReaderTest, FinalLinesEndTheReply) {
+TEST_F(ResponseReader, FinalLinesEndTheReply) {
     struct Case {
         const char* line;
         uint32_t finished;
@@ -122,45 +113,42 @@ TEST_F(ResponseReaderTest, FinalLinesEndTheReply) {
     EXPECT_EQ(errors_.Take().size(), 5u);
 }
 
-TEST_F(ResponseReaderTest, LinesOutOfTurnPostTheWorkerANotice) {
+TEST_F(ResponseReader, LinesOutOfTurnPostTheWorkerANotice) {
     std::string command = "AT+CPBR=1";
     Queue({"RING\r\n", "+CMTI: \"SM\",3\r\n", "+CPBR: 1,\"123\",129,\"A\"\r\n", "RING\r\n"});
     EXPECT_EQ(reader_.ReadSolicited(command), 0);
-    EXPECT_EQ(RepliesOutOfTurnPosted(), 1);
-    EXPECT_EQ(reader_.lines.GetRecord(0).text, "RING\r");
-    EXPECT_EQ(reader_.lines.GetRecord(0).outOfTurn, 0u);  // stays with the matcher
+    EXPECT_EQ(Notices(), 1);
+    EXPECT_EQ(Record().text, "RING\r");
+    EXPECT_EQ(Record().outOfTurn, 0u);  // stays with the matcher
 
     EXPECT_EQ(reader_.ReadSolicited(command), 0);
-    EXPECT_EQ(RepliesOutOfTurnPosted(), 1);
+    EXPECT_EQ(Notices(), 1);
     EXPECT_EQ(reader_.pendingLine(), "+CMTI");
-    EXPECT_EQ(reader_.lines.GetRecord(0).responseCode, 29u);
+    EXPECT_EQ(Record().responseCode, 29u);
 
     EXPECT_EQ(reader_.ReadSolicited(command), 1);  // the reply goes on as before
-    EXPECT_EQ(RepliesOutOfTurnPosted(), 0);
+    EXPECT_EQ(Notices(), 0);
     EXPECT_EQ(reader_.finished, 0u);
 
     // A ring leaves no head behind that the worker would decode again.
     EXPECT_EQ(reader_.ReadSolicited(command), 0);
-    EXPECT_EQ(RepliesOutOfTurnPosted(), 1);
+    EXPECT_EQ(Notices(), 1);
     EXPECT_EQ(reader_.pendingLine(), "");
 }
 
-TEST_F(ResponseReaderTest, ShortOrMissingLinesEndTheReadQuietly) {
+TEST_F(ResponseReader, ShortMissingOrZeroCutLines) {
     std::string command = "AT";
-    const std::string lines[] = {"\r\n", "\n", "\0OK\r\n"s, "\0\0"s};
-    for (const std::string& line : lines) {
+    for (const std::string& line : {"\r\n"s, "\n"s, "\0OK\r\n"s, "\0\0"s}) {
         Queue({line});
         EXPECT_EQ(reader_.ReadSolicited(command), 0);
-        EXPECT_EQ(reader_.lines.GetRecord(0).kind, kindNone);
+        EXPECT_EQ(Record().kind, kindNone);
         EXPECT_EQ(HasLine(), 0);
     }
     EXPECT_EQ(reader_.ReadSolicited(command), 0);  // empty queue
     EXPECT_EQ(reader_.ReadUnsolicited(), "");
     EXPECT_TRUE(errors_.Take().empty());
-}
 
-TEST_F(ResponseReaderTest, AZeroByteCutsTheLine) {
-    std::string command = "AT+CSQ";
+    command = "AT+CSQ";
     Queue({"+CSQ: 18\0,99\r\n"s});
     EXPECT_EQ(reader_.ReadSolicited(command), 0);
     EXPECT_EQ(errors_.Take(), std::vector<std::string>{"Response error for \"+CSQ: 18\"!"});
@@ -169,21 +157,19 @@ TEST_F(ResponseReaderTest, AZeroByteCutsTheLine) {
     EXPECT_EQ(errors_.Take(), std::vector<std::string>{"Unsolicited\tresponse head error for !"});
 }
 
-TEST_F(ResponseReaderTest, IdleLinesGiveTheirHead) {
+TEST_F(ResponseReader, IdleLinesGiveTheirHead) {
     Queue({"+CMTI: \"ME\",1\r\n", "RING\r\n"});
     EXPECT_EQ(reader_.ReadUnsolicited(), "+CMTI");
-    const ATResponseRecord& record = reader_.lines.GetRecord(0);
-    EXPECT_EQ(record.kind, kindHeadLine);
-    EXPECT_EQ(record.ParamCount(), 2u);
-    EXPECT_EQ(record.lineLength, 10u);  // the line less its head
+    EXPECT_EQ(Record().kind, kindHeadLine);
+    EXPECT_EQ(Record().ParamCount(), 2u);
+    EXPECT_EQ(Record().lineLength, 10u);  // the line less its head
     EXPECT_EQ(reader_.ReadUnsolicited(), "RING\r\n");
-    EXPECT_EQ(reader_.lines.GetRecord(0).kind, kindPlainText);
+    EXPECT_EQ(Record().kind, kindPlainText);
 }
 
 TEST(ResponseList, HandsOutEveryIndexAndRestartsFresh) {
     CATResponseList list;
     ATResponseRecord& third = list.GetRecord(2);
-    third.text = "x";
     EXPECT_EQ(list.Size(), 3u);
     EXPECT_EQ(&list.GetRecord(2), &third);
     EXPECT_EQ(&list.GetRecord(-1), &list.GetRecord(0));
