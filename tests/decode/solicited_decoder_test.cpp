@@ -11,10 +11,11 @@ namespace velk {
 namespace {
 
 using F = ResultForms;
+using S = std::string;
 
 struct CaseRow {
     int32_t command;
-    const char* line;
+    std::string line;
     Expected want;
     uint32_t listForm = 0, readForm = 0, service = kNoServiceReply;
 };
@@ -133,6 +134,32 @@ const CaseRow kCaseRows[] = {
     {142, "+CCWA: 1,1,\"+4912345\",145\r",
      {112, [](F& r) { r.serviceDetail = {1, 1, "+4912345", 145}; }}, 0, 0, 6},
     {142, "+EXATDST: 1,2,3\r", {101, [](F& r) { r.exatdst = {{1, 2, 3}}; }}, 0, 0, 7},
+    // Whatever length the phone sends, every text stays inside its field and
+    // the fields behind it keep their values. A number of 32 characters is cut
+    // to 31, a longer one leaves the field empty; a text of 257 is refused.
+    {152, "+RNGR: 1,\"" + S(40, 'n') + "\",2,4,,,\"" + S(200, 'x') + "\",33\r", {153, [](F& r) {
+         r.tonePart = {1, "", 40, 2, 4, 200, 0, 0, "", 33};
+         Put(r.tonePart.name, S(10, 'n'));
+         Put(r.tonePart.text, S(128, 'x')); }}},
+    {161, "+LOGOR: 1,1,\"" + S(40, 'n') + "-" + S(40, 'n') + "\",1,2,,,\"" + S(200, 'x') + "\",8\r",
+     {162, [](F& r) {
+         r.logoPart = {1, "", "", 1, 2, 1, 0, 0, 0, "", 8};
+         Put(r.logoPart.countryCode, S(10, 'n'));
+         Put(r.logoPart.networkCode, S(10, 'n'));
+         Put(r.logoPart.text, S(128, 'x')); }}},
+    {236, "+RNGI: \"" + S(100, 'm') + "\",7,8,9\r", {151, [](F& r) {
+         r.toneInfo = {"", 7, 8, 100, 9};
+         Put(r.toneInfo.infoName, S(10, 'm')); }}},
+    {13, "+CPBR: 1,\"" + S(32, '1') + "\",145,\"" + S(256, 'y') + "\"\r", {14, [](F& r) {
+         r.phonebookEntry = {1, "", 145, ""};
+         Put(r.phonebookEntry.number, S(31, '1'));
+         Put(r.phonebookEntry.text, S(255, 'y')); }}},
+    {13, "+CPBR: 1,\"" + S(33, '1') + "\",145,\"" + S(257, 'y') + "\"\r",
+     {14, [](F& r) { r.phonebookEntry = {1, "", 145, ""}; }}},
+    {207, "+CPBS: \"" + S(200, 'x') + "\",12,250\r", {17, [](F& r) {
+         r.phonebookStorage = {"", 12, 250};
+         Put(r.phonebookStorage.storage, S(83, 'x')); }}},
+    {61, S(200, 'x') + "\r", {231, [](F& r) { Put(r.messageDeliverHeader.body, S(83, 'x')); }}},
 };
 // clang-format on
 
@@ -191,54 +218,14 @@ TEST_F(SolicitedDecoder, ImageInformationKeepsFrameRangesInOrder) {
     EXPECT_TRUE(block->result.imageInfo.frameRanges->empty());
 }
 
-// Whatever length the phone sends, every text stays inside its field and the
-// fields behind it keep their values.
-TEST_F(SolicitedDecoder, OverLongTextsStayInsideTheirFields) {
-    const std::string n40(40, 'n'), x200(200, 'x'), y256(256, 'y');
-    ExpectOne(152, "+RNGR: 1,\"" + n40 + "\",2,4,,,\"" + x200 + "\",33\r",
-              {153, [](F& r) {
-                   r.tonePart = {1, "", 40, 2, 4, 200, 0, 0, "", 33};
-                   Put(r.tonePart.name, std::string(10, 'n'));
-                   Put(r.tonePart.text, std::string(128, 'x'));
-               }});
-    ExpectOne(161, "+LOGOR: 1,1,\"" + n40 + "-" + n40 + "\",1,2,,,\"" + x200 + "\",8\r",
-              {162, [](F& r) {
-                   r.logoPart = {1, "", "", 1, 2, 1, 0, 0, 0, "", 8};
-                   Put(r.logoPart.countryCode, std::string(10, 'n'));
-                   Put(r.logoPart.networkCode, std::string(10, 'n'));
-                   Put(r.logoPart.text, std::string(128, 'x'));
-               }});
-    ExpectOne(236, "+RNGI: \"" + std::string(100, 'm') + "\",7,8,9\r",
-              {151, [](F& r) {
-                   r.toneInfo = {"", 7, 8, 100, 9};
-                   Put(r.toneInfo.infoName, std::string(10, 'm'));
-               }});
-    // 32 characters of a number are cut to 31, more leave the field empty;
-    // a text of 257 characters is refused.
-    ExpectOne(13, "+CPBR: 1,\"" + std::string(32, '1') + "\",145,\"" + y256 + "\"\r",
-              {14, [](F& r) {
-                   r.phonebookEntry = {1, "", 145, ""};
-                   Put(r.phonebookEntry.number, std::string(31, '1'));
-                   Put(r.phonebookEntry.text, std::string(255, 'y'));
-               }});
-    ExpectOne(13, "+CPBR: 1,\"" + std::string(33, '1') + "\",145,\"" + y256 + "x\"\r",
-              {14, [](F& r) {
-                   r.phonebookEntry = {1, "", 145, ""};
-               }});
-    ExpectOne(207, "+CPBS: \"" + x200 + "\",12,250\r", {17, [](F& r) {
-                                                            r.phonebookStorage = {"", 12, 250};
-                                                            Put(r.phonebookStorage.storage,
-                                                                std::string(83, 'x'));
-                                                        }});
-    // A flattened list stops at its field's end.
+// A flattened list stops at its field's end.
+TEST_F(SolicitedDecoder, LongListStaysInsideItsField) {
     std::string many = "+CNMI: (";
     for (int i = 0; i < 60; ++i) many += (i ? "," : "") + std::to_string(i);
     BlockPtr block = One(220, many + "),(0,1)\r", 54);
     ASSERT_TRUE(block);
     EXPECT_EQ(Field(block->result.indicationLists.modes), many.substr(7, 83));
     EXPECT_EQ(Field(block->result.indicationLists.delivers), "(0,1)");
-    ExpectOne(61, x200 + "\r",
-              {231, [](F& r) { Put(r.messageDeliverHeader.body, std::string(83, 'x')); }});
 }
 
 // The decoder's table of cases and the command catalogue are written apart;
