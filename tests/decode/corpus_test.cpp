@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <deque>
 #include <filesystem>
 #include <set>
@@ -98,13 +99,17 @@ class ReplyRun {
     std::deque<std::string> received_;
     LineAssembler assembler_{
         [this](const char* line, uint32_t length) { received_.emplace_back(line, length); }};
-    CATResponseReader reader_{ReaderLink{nullptr, nullptr, [](std::string&) { return 1; },
-                                         [this](std::string& line) {
-                                             if (received_.empty()) return false;
-                                             line = std::move(received_.front());
-                                             received_.pop_front();
-                                             return true;
-                                         }}};
+    // Read through a link that hands each line over in a buffer of its own.
+    CATResponseReader reader_{ReaderLink{
+        [this](char*& buffer, uint32_t& length) {
+            if (received_.empty()) return false;
+            length = static_cast<uint32_t>(received_.front().size());
+            buffer = new char[length];
+            std::memcpy(buffer, received_.front().data(), length);
+            received_.pop_front();
+            return true;
+        },
+        [](char*& buffer) { delete[] buffer, buffer = nullptr; }, [](std::string&) { return 1; }}};
     DecoderState state_;
     std::string commandText_;
 };
