@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,16 +31,52 @@ struct BlockDeleter {
 };
 using BlockPtr = std::unique_ptr<ATCommandBlock, BlockDeleter>;
 
+// A block a decoder must post: its result id and the fields that are not zero.
+struct Expected {
+    int32_t resultId;
+    std::function<void(ResultForms&)> fill;
+};
+
+template <std::size_t N>
+void Put(char (&field)[N], std::string_view text) {
+    std::memcpy(field, text.data(), std::min(text.size(), N));
+}
+
+// A text field as a string, read only up to the field's end.
+template <std::size_t N>
+std::string Field(const char (&field)[N]) {
+    return std::string(field, std::find(field, field + N, '\0'));
+}
+
+// Empty when `got` is the expected block byte for byte, else where it differs.
+inline std::string Difference(const ATCommandBlock& got, const Expected& want) {
+    BlockPtr block(AllocCommandBlock());
+    block->resultId = want.resultId;
+    if (want.fill) want.fill(block->result);
+    const auto* x = reinterpret_cast<const unsigned char*>(&got);
+    const auto* y = reinterpret_cast<const unsigned char*>(block.get());
+    std::size_t at = 0;
+    while (at < sizeof(ATCommandBlock) && x[at] == y[at]) ++at;
+    if (at == sizeof(ATCommandBlock)) return "";
+    const auto show = [&](const unsigned char* p) {
+        std::string out;
+        for (std::size_t i = at; i < at + 24 && i < sizeof(ATCommandBlock); ++i) {
+            static constexpr char kHex[] = "0123456789abcdef";
+            out += p[i] >= 0x20 && p[i] < 0x7F
+                       ? std::string(1, static_cast<char>(p[i]))
+                       : std::string{'\\', 'x', kHex[p[i] >> 4], kHex[p[i] & 0x0F]};
+        }
+        return out;
+    };
+    return "result " + std::to_string(got.resultId) + " differs at byte " + std::to_string(at) +
+           ": got \"" + show(x) + "\", want \"" + show(y) + "\"";
+}
+
 class DecoderFixture : public ::testing::Test {
   protected:
-    void SetUp() override {
-        controllerThreadId = EnsureThreadQueue();
-        Take();
-        SetMessageForms(0, 0);
-        serviceReplyKind = kNoServiceReply;
-    }
-
+    void SetUp() override { TearDown(); }
     void TearDown() override {
+        controllerThreadId = EnsureThreadQueue();
         Take();
         SetMessageForms(0, 0);
         serviceReplyKind = kNoServiceReply;
@@ -56,21 +95,14 @@ class DecoderFixture : public ::testing::Test {
         return blocks;
     }
 
-    // A reply line cut into parameters by the real head parser; `line` ends
-    // in CR as the solicited path hands it on.
-    ATResponseRecord Classify(const std::string& line) {
-        ATResponseRecord record;
-        record.text = line;
-        CATResponseMatcher matcher;
-        matcher.ClassifyLine(record, line);
-        return record;
-    }
-
-    // Decodes one solicited line and returns the blocks it posted.
+    // Decodes one solicited line (ending in CR, as the solicited path hands
+    // it on) after the real head parser cut it, and returns the posted blocks.
     std::vector<BlockPtr> Solicited(int32_t command, const std::string& line) {
         DecoderState state;
         state.currentCommand = command;
-        ATResponseRecord record = Classify(line);
+        ATResponseRecord record;
+        record.text = line;
+        CATResponseMatcher().ClassifyLine(record, line);
         DecodeSolicitedResult(state, record);
         return Take();
     }
@@ -83,14 +115,13 @@ class DecoderFixture : public ::testing::Test {
         EXPECT_EQ(blocks[0]->resultId, resultId) << line;
         return std::move(blocks[0]);
     }
-};
 
-// A text field as a string, read only up to the field's end.
-template <std::size_t N>
-std::string Field(const char (&field)[N]) {
-    std::size_t n = 0;
-    while (n < N && field[n] != '\0') ++n;
-    return std::string(field, n);
-}
+    // Decodes one line and expects exactly the one block `want`.
+    void ExpectOne(int32_t command, const std::string& line, const Expected& want) {
+        if (BlockPtr block = One(command, line, want.resultId)) {
+            EXPECT_EQ(Difference(*block, want), "") << line;
+        }
+    }
+};
 
 }  // namespace velk

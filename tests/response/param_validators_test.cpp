@@ -3,79 +3,55 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "response/response_grammar.h"
 
 namespace velk {
 namespace {
 
-struct ValidatorCase {
-    uint32_t type;
-    std::string text;
-    int valid;
-};
-
-std::string Repeat(char c, std::size_t n) {
-    return std::string(n, c);
-}
-
-class ValidateParamTest : public ::testing::TestWithParam<ValidatorCase> {};
-
-TEST_P(ValidateParamTest, AcceptsOrRefuses) {
-    const ValidatorCase& c = GetParam();
-    EXPECT_EQ(ValidateParam(c.text, c.type), c.valid)
-        << "type " << c.type << " text \"" << c.text << "\"";
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Bounds, ValidateParamTest,
-    ::testing::Values(
+TEST(ValidateParam, AcceptsAndRefusesAtTheBoundsOfEachType) {
+    const std::string x128(128, 'x'), nines80(80, '9'), ones80(80, '1');
+    struct Row {
+        uint32_t type;
+        std::vector<std::string> valid, invalid;
+    };
+    // clang-format off
+    const Row rows[] = {
         // storage names, exact and case-sensitive
-        ValidatorCase{paramStorage, "SM", 1}, ValidatorCase{paramStorage, "RC", 1},
-        ValidatorCase{paramStorage, "sm", 0}, ValidatorCase{paramStorage, "SR", 0},
-        ValidatorCase{paramStorage, "\"SM\"", 0},
+        {paramStorage, {"SM", "RC"}, {"sm", "SR", "\"SM\""}},
         // dial strings: quotes trimmed, then only digits and ",/:+-"
-        ValidatorCase{paramDialString, "+4930/123-4,5:6", 1},
-        ValidatorCase{paramDialString, "\"+4930\"", 1}, ValidatorCase{paramDialString, "\"\"", 1},
-        ValidatorCase{paramDialString, "", 0}, ValidatorCase{paramDialString, "*100#", 0},
+        {paramDialString, {"+4930/123-4,5:6", "\"+4930\"", "\"\""}, {"", "*100#"}},
         // text: empty or up to 128 characters without the outer quotes
-        ValidatorCase{paramText, "", 1}, ValidatorCase{paramText, Repeat('x', 128), 1},
-        ValidatorCase{paramText, Repeat('x', 129), 0},
-        ValidatorCase{paramText, "\"" + Repeat('x', 128) + "\"", 1},
+        {paramText, {"", x128, "\"" + x128 + "\""}, {x128 + "x"}},
         // number strings: 1 to 80 of digits, "-", "+"
-        ValidatorCase{paramNumberString, "+5", 1}, ValidatorCase{paramNumberString, "1.5", 0},
-        ValidatorCase{paramNumberString, Repeat('9', 80), 1},
-        ValidatorCase{paramNumberString, Repeat('9', 81), 0},
-        ValidatorCase{paramNumberString, "", 0}, ValidatorCase{paramNumberString, "\"\"", 0},
-        ValidatorCase{paramNumberString, "\"0123\"", 1},
-        ValidatorCase{paramNumberString, "12\xB3", 0},
-        // flags
-        ValidatorCase{paramFlag, "0", 1}, ValidatorCase{paramFlag, "1", 1},
-        ValidatorCase{paramFlag, "2", 0}, ValidatorCase{paramFlag, "01", 0},
-        ValidatorCase{paramFlag, "", 0},
+        {paramNumberString, {"+5", nines80, "\"0123\""},
+         {"1.5", nines80 + "9", "", "\"\"", "12\xB3"}},
+        {paramFlag, {"0", "1"}, {"2", "01", ""}},
         // numbers: 1 to 80 of digits, ".", "-"; quotes are not removed
-        ValidatorCase{paramNumber, "1.5", 1}, ValidatorCase{paramNumber, "+5", 0},
-        ValidatorCase{paramNumber, "-12", 1}, ValidatorCase{paramNumber, Repeat('1', 80), 1},
-        ValidatorCase{paramNumber, Repeat('1', 81), 0}, ValidatorCase{paramNumber, "", 0},
-        ValidatorCase{paramNumber, "\"5\"", 0}, ValidatorCase{paramNumber, "1 2", 0},
-        // single digits of a range
-        ValidatorCase{paramDigit04, "4", 1}, ValidatorCase{paramDigit04, "5", 0},
-        ValidatorCase{paramDigit05, "5", 1}, ValidatorCase{paramDigit05, "6", 0},
-        ValidatorCase{paramDigit02, "2", 1}, ValidatorCase{paramDigit02, "3", 0},
-        ValidatorCase{paramDigit02, "00", 0},
-        // address types
-        ValidatorCase{paramAddressType, "145", 1}, ValidatorCase{paramAddressType, "129", 1},
-        ValidatorCase{paramAddressType, "146", 0}, ValidatorCase{paramAddressType, " 145", 0},
-        ValidatorCase{paramAddressType, "161", 0},
+        {paramNumber, {"1.5", "-12", ones80}, {"+5", ones80 + "1", "", "\"5\"", "1 2"}},
+        {paramDigit04, {"4"}, {"5"}},
+        {paramDigit05, {"5"}, {"6"}},
+        {paramDigit02, {"2"}, {"3", "00"}},
+        {paramAddressType, {"145", "129"}, {"146", " 145", "161"}},
         // message statuses, whole words only
-        ValidatorCase{paramMessageStatus, "REC UNREAD", 1},
-        ValidatorCase{paramMessageStatus, "STO SENT", 1},
-        ValidatorCase{paramMessageStatus, "ALL", 1}, ValidatorCase{paramMessageStatus, "REC", 0},
-        ValidatorCase{paramMessageStatus, "rec read", 0},
+        {paramMessageStatus, {"REC UNREAD", "STO SENT", "ALL"}, {"REC", "rec read"}},
         // codes without a validator refuse everything
-        ValidatorCase{paramWholeLine, "x", 0}, ValidatorCase{paramErrorText, "x", 0},
-        ValidatorCase{paramPunctuation, "(", 0}, ValidatorCase{paramOmitted, "", 0},
-        ValidatorCase{paramNone, "x", 0}, ValidatorCase{99, "1", 0}));
+        {paramWholeLine, {}, {"x"}}, {paramErrorText, {}, {"x"}}, {paramPunctuation, {}, {"("}},
+        {paramOmitted, {}, {""}}, {paramNone, {}, {"x"}}, {99, {}, {"1"}},
+    };
+    // clang-format on
+    for (const Row& row : rows) {
+        for (const std::string& text : row.valid) {
+            EXPECT_EQ(ValidateParam(text, row.type), 1)
+                << "type " << row.type << " \"" << text << '"';
+        }
+        for (const std::string& text : row.invalid) {
+            EXPECT_EQ(ValidateParam(text, row.type), 0)
+                << "type " << row.type << " \"" << text << '"';
+        }
+    }
+}
 
 TEST(IsValidHead, TakesOneToSevenCapitalsOrBlanks) {
     const std::pair<std::string, int> cases[] = {
@@ -83,9 +59,7 @@ TEST(IsValidHead, TakesOneToSevenCapitalsOrBlanks) {
         {"AB CD", 1}, {"", 0},     {"ABCDEFGH", 0}, {"CME ERROR", 0},
         {"Cpbr", 0},  {"CPB1", 0}, {"CPBR:", 0},    {"NO CARRIER", 0},
     };
-    for (const auto& [head, valid] : cases) {
-        EXPECT_EQ(IsValidHead(head), valid) << "\"" << head << "\"";
-    }
+    for (const auto& [head, valid] : cases) EXPECT_EQ(IsValidHead(head), valid) << head;
 }
 
 }  // namespace

@@ -14,10 +14,7 @@ namespace velk::testing {
 
 class PostedErrors {
   public:
-    PostedErrors() {
-        controllerThreadId = EnsureThreadQueue();
-        Take();
-    }
+    PostedErrors() { controllerThreadId = EnsureThreadQueue(), Take(); }
     ~PostedErrors() { Take(); }
 
     // The messages of the error blocks posted since the last call, in order.
