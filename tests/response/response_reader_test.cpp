@@ -4,6 +4,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -184,6 +185,23 @@ TEST(ATResponseRecord, CopiesOwnTheirChainAndMovesHandItOver) {
 
     target.ReleaseParams();
     EXPECT_EQ(target.ParamCount(), 1u);
+}
+
+// Released nodes serve the thread's next lines: one must come back with
+// nothing of the line it held.
+TEST(ATResponseRecord, ANodeTakenAgainStartsReset) {
+    {
+        ATResponseRecord used;
+        ATResponseParam* node = used.AppendParam(used.firstParam);
+        *node = {1, 0, 1, 3, "stale", 7, 4, nullptr};
+    }
+    ATResponseRecord fresh;
+    const ATResponseParam& node = *fresh.AppendParam(fresh.firstParam);
+    const ATResponseParam reset;
+    EXPECT_EQ(std::tie(node.omitted, node.legal, node.rawLine, node.type, node.text, node.start,
+                       node.lastIndex, node.next),
+              std::tie(reset.omitted, reset.legal, reset.rawLine, reset.type, reset.text,
+                       reset.start, reset.lastIndex, reset.next));
 }
 
 TEST(ResponseList, HandsOutEveryIndexAndRestartsFresh) {
