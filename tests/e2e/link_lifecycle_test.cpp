@@ -171,7 +171,7 @@ TEST_F(LinkLifecycleTest, CallsFromSeveralThreadsAtOnceLeaveAWorkingLibrary) {
     model.AddImage(2, 10);
     model.SetFrame(10, "6040" + Pattern(1536, 1));
     model.SetFrame(11, "6040" + Pattern(1536, 2));
-    model.SetTone(3, {"Tone", Pattern(300, 3)});
+    model.SetTone(3, "Tone", Pattern(300, 3));
     ASSERT_EQ(Begin(), 1);
     std::atomic<bool> stop{false};
     std::thread reader([&] {
