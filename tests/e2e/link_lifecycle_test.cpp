@@ -119,6 +119,7 @@ TEST_F(LinkLifecycleTest, PhoneHangingUpEndsTheOperationAndTheLink) {
         EXPECT_EQ(velk_ReadMidInfo(), 0);
         MidInfoRecord* info = nullptr;
         EXPECT_EQ(velk_GetMidInfo(&info), 0);
+        EXPECT_EQ(velk_CancelCurrentAction(), 0);
         if (c.endFirst) {
             int32_t ended = 0;
             EXPECT_LT(MillisecondsOf([&] { ended = velk_EndThread(); }), 1000);

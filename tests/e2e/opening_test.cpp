@@ -170,6 +170,9 @@ TEST_F(OpeningTest, EveryRefusalEndsTheOperationWithItsMessage) {
         ASSERT_EQ(c.start(), 1);
         EXPECT_EQ(window.UntilFinal(), Messages{c.message});
         EXPECT_TRUE(window.Quiet(20));
+        MidInfoRecord* info = nullptr;
+        EXPECT_FALSE(Eventually([&] { return velk_GetMidInfo(&info) == 1; }, 20))
+            << "nothing to fetch after a refusal";
         EXPECT_EQ(velk_EndThread(), 1);
     }
 }
