@@ -104,7 +104,7 @@ TEST_F(LinkLifecycleTest, PhoneHangingUpEndsTheOperationAndTheLink) {
         SCOPED_TRACE(c.what);
         FakePhone dying;
         model.Attach(dying);
-        dying.AddRule({"AT+RNGI", false, PhoneAction::kHangUp, {}, 0});
+        dying.AddRule({"AT+RNGI", false, PhoneAction::kHangUp, {}});
         ASSERT_EQ(velk_SetPortDevice(kPhonePort, dying.DevicePath().c_str()), 1);
         ASSERT_EQ(Begin(), 1);
 

@@ -172,7 +172,7 @@ TEST_F(SecondProcessTest, AnotherProcessCannotStartOnADeviceThisOneHolds) {
 TEST_F(SecondProcessTest, OrdinaryUserRunsOperationsRestartsAndCancels) {
     if (!IsRoot()) GTEST_SKIP() << "this process is an ordinary user already";
     ASSERT_EQ(chmod(phone.DevicePath().c_str(), 0666), 0);
-    phone.AddRule({"AT+RNGW=9,\"Hold\"", true, PhoneAction::kSilence, {}, 0});
+    phone.AddRule({"AT+RNGW=9,\"Hold\"", true, PhoneAction::kSilence, {}});
     EXPECT_EQ(RunChild("session", phone.DevicePath(), "nobody"), kChildDone);
     // The first operation, and the last one on the link that the cancel
     // rebuilt; how far the cancelled write got before it is open.
