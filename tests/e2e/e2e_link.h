@@ -45,6 +45,41 @@ long long MillisecondsOf(Call call) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(took).count();
 }
 
+inline constexpr std::size_t kFrame = 1536;
+
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): frames, then their pattern
+inline std::string Frames(std::size_t count, unsigned seed) {
+    std::string frames;
+    for (std::size_t i = 0; i < count; ++i) frames += Pattern(kFrame, seed + i);
+    return frames;
+}
+
+inline std::string Text(const uint8_t* data, std::size_t size) {
+    return size == 0 ? std::string() : std::string(reinterpret_cast<const char*>(data), size);
+}
+
+// Records over `data`, which outlives the call that takes them.
+inline MidRecord ToneRecord(uint8_t slot, const std::string& name, std::string& data) {
+    MidRecord r{slot,
+                static_cast<uint16_t>(name.size()),
+                {},
+                static_cast<uint16_t>(data.size()),
+                data.empty() ? nullptr : reinterpret_cast<uint8_t*>(data.data())};
+    name.copy(r.name, sizeof r.name);
+    return r;
+}
+inline AnimRecord ImageRecord(uint8_t id, const std::string& name, std::string& data) {
+    AnimRecord r{id,
+                 static_cast<uint8_t>(name.size()),
+                 {},
+                 static_cast<uint16_t>(data.size()),
+                 reinterpret_cast<uint8_t*>(data.data()),
+                 25,
+                 4};
+    name.copy(r.name, sizeof r.name);
+    return r;
+}
+
 class PhoneLinkTest : public ::testing::Test {
   protected:
     void SetUp() override {

@@ -1,56 +1,15 @@
 // Ring tones and images crossing the line whole: the exact command lines of
 // a write, what a read hands back, what stays in the phone, and how a chunk
 // without an answer and a cancel in the middle of a write end.
-#include <cstring>
-
 #include "e2e_link.h"
 
 namespace velk::test {
 namespace {
 
-constexpr std::size_t kFrame = 1536;
-
-uint8_t* Bytes(std::string& text) {
-    return reinterpret_cast<uint8_t*>(text.data());
-}
-
-std::string Text(const uint8_t* data, std::size_t size) {
-    return size == 0 ? std::string() : std::string(reinterpret_cast<const char*>(data), size);
-}
-
-MidRecord ToneRecord(uint8_t slot, const char* name, std::string& body) {
-    MidRecord record{};
-    record.id = slot;
-    record.nameLength = static_cast<uint16_t>(std::strlen(name));
-    std::memcpy(record.name, name, record.nameLength);
-    record.size = static_cast<uint16_t>(body.size());
-    record.data = body.empty() ? nullptr : Bytes(body);
-    return record;
-}
-
-AnimRecord ImageRecord(uint8_t id, const char* name, std::string& frames) {
-    AnimRecord record{};
-    record.id = id;
-    record.nameLength = static_cast<uint8_t>(std::strlen(name));
-    std::memcpy(record.name, name, record.nameLength);
-    record.size = static_cast<uint16_t>(frames.size());
-    record.data = Bytes(frames);
-    record.animParamFirst = 25;
-    record.animParamLast = 4;
-    return record;
-}
-
 // One AT+RNGW= line of the tone "Tune" in slot 4.
 std::string ToneChunk(int index, const std::string& sizes, const std::string& body) {
     return "AT+RNGW=4,\"Tune\",2,1," + std::to_string(index) + "," + sizes + "," + body + "," +
            std::to_string(LineCheck(body));
-}
-
-// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): frames, then their pattern
-std::string Frames(std::size_t count, unsigned seed) {
-    std::string frames;
-    for (std::size_t i = 0; i < count; ++i) frames += Pattern(kFrame, seed + i);
-    return frames;
 }
 
 class TransferTest : public PhoneLinkTest {
@@ -65,12 +24,15 @@ class TransferTest : public PhoneLinkTest {
         ASSERT_EQ(Begin(), 1);
     }
 
-    // Lets the phone's silence to the line beginning with `prefix` run out.
-    void LapseWhenSent(const std::string& prefix) {
-        ASSERT_TRUE(Eventually([&] {
+    bool SentLast(const std::string& prefix) {
+        return Eventually([&] {
             const Lines lines = phone.ReceivedLines();
             return !lines.empty() && lines.back().rfind(prefix, 0) == 0;
-        }));
+        });
+    }
+    // Lets the phone's silence to the line beginning with `prefix` run out.
+    void LapseWhenSent(const std::string& prefix) {
+        ASSERT_TRUE(SentLast(prefix));
         clock.AwaitWaiters(1);
         clock.Advance(10050);
     }
@@ -119,49 +81,36 @@ TEST_F(TransferTest, ToneWriteSendsItsChunksByteExactAndThePhoneKeepsTheTone) {
     }
 }
 
-// Tones the model holds (empty `reply`), and replies of odd shape.
 TEST_F(TransferTest, ToneReadReturnsWhatThePhoneSent) {
     const std::string part = Pattern(128, 8);
+    const std::string check = std::to_string(LineCheck(part));
+    // A tone the phone holds (`reply` empty), or a reply of odd shape.
     const struct {
         uint8_t slot;
-        std::string name;
-        std::string body;
-        Lines reply;
-        std::string wantName;
-        std::string wantText;
+        std::string name, text;
+        Lines reply{};
     } cases[] = {
-        {7, "Bells", Pattern(1, 1), {}, "Bells", Pattern(1, 1)},
-        {7, "Bells", Pattern(128, 2), {}, "Bells", Pattern(128, 2)},
-        {7, "Bells", Pattern(129, 3), {}, "Bells", Pattern(129, 3)},
-        {7, "Bells", Pattern(300, 4), {}, "Bells", Pattern(300, 4)},
-        {7, "Bells", Pattern(1000, 5), {}, "Bells", Pattern(1000, 5)},
-        {5, "NameOfTwelve", "abc", {}, "NameOfTwel", "abc"},
-        // An empty slot gives an empty tone, not the last one read.
-        {8, "", "", {"OK"}, "", ""},
-        // A reply that states more than it brings: the tone is what came.
-        {2,
-         "",
-         "",
-         {"+RNGR: 2,\"Short\",1,3,2,44,\"" + part + "\"," + std::to_string(LineCheck(part)), "OK"},
-         "Short",
-         part},
-        // A later part without a first part is dropped.
-        {9,
-         "",
-         "",
-         {"+RNGR: 9,\"S\",2,2,,,\"stray\"," + std::to_string(LineCheck("stray")), "OK"},
-         "",
-         ""},
+        {7, "Bells", Pattern(1, 1)},
+        {7, "Bells", Pattern(128, 2)},
+        {7, "Bells", Pattern(129, 3)},
+        {7, "Bells", Pattern(300, 4)},
+        {7, "Bells", Pattern(1000, 5)},
+        {5, "NameOfTwelve", "abc"},  // the name is cut to its field
+        {8, "", "", {"OK"}},         // an empty slot: an empty tone, not the last one read
+        // More stated than brought: the tone is what came.
+        {2, "Short", part, {"+RNGR: 2,\"Short\",1,3,2,44,\"" + part + "\"," + check, "OK"}},
+        // A later part without a first one is dropped.
+        {9, "", "", {"+RNGR: 9,\"S\",2,2,,,\"stray\"," + std::to_string(LineCheck("stray")), "OK"}},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.wantName + " " + std::to_string(c.body.size()));
-        if (c.reply.empty()) model.SetTone(c.slot, c.name, c.body);
+        SCOPED_TRACE(c.name + " " + std::to_string(c.text.size()));
+        if (c.reply.empty()) model.SetTone(c.slot, c.name, c.text);
         if (!c.reply.empty()) phone.Reply("AT+RNGR=" + std::to_string(c.slot), c.reply);
         MidRecord* tone = ReadTone(c.slot);
         ASSERT_NE(tone, nullptr);
         EXPECT_EQ(tone->id, c.slot);
-        EXPECT_EQ(std::string(tone->name, tone->nameLength), c.wantName);
-        EXPECT_EQ(Text(tone->data, tone->size), c.wantText);
+        EXPECT_EQ(std::string(tone->name, tone->nameLength), c.name.substr(0, 10));
+        EXPECT_EQ(Text(tone->data, tone->size), c.text);
     }
 }
 
@@ -323,10 +272,7 @@ TEST_F(TransferTest, CancelDuringAnImageWriteIsSilentAndTheRebuiltLinkServes) {
     phone.AddRule({"AT+IMGW=11,\"Stall\",2,1,3,", true, PhoneAction::kSilence, {}});
     std::string frames = Frames(3, 11);
     ASSERT_EQ(velk_WriteAnim(ImageRecord(2, "Stall", frames)), 1);
-    ASSERT_TRUE(Eventually([&] {
-        const Lines lines = phone.ReceivedLines();
-        return !lines.empty() && lines.back().rfind("AT+IMGW=11,\"Stall\",2,1,3,", 0) == 0;
-    }));
+    ASSERT_TRUE(SentLast("AT+IMGW=11,\"Stall\",2,1,3,"));
     EXPECT_EQ(window.Next(), std::optional<uint32_t>(VELK_MSG_ANIM_WRITE_PROGRESS));
 
     int32_t cancelled = 0;
