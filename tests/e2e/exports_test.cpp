@@ -5,7 +5,6 @@
 
 #include "client/exports_state.h"
 #include "e2e_link.h"
-#include "support/process_resources.h"
 
 namespace velk::test {
 namespace {
@@ -97,21 +96,6 @@ TEST_F(Exports, TheLibraryWritesToItsOwnCopyOfTheWindow) {
     window.CloseWriteEnd();
     ASSERT_EQ(velk_ReadMidInfo(), 1);
     EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
-}
-
-TEST_F(Exports, EndFromTwoThreadsEndsTheLinkOnce) {
-    const ProcessResources before = ProcessResources::Now();
-    ASSERT_EQ(Begin(), 1);
-    int32_t first = 0;
-    int32_t second = 0;
-    std::thread a([&] { first = velk_EndThread(); });
-    std::thread b([&] { second = velk_EndThread(); });
-    a.join();
-    b.join();
-    EXPECT_EQ(first, 1);
-    EXPECT_EQ(second, 1);
-    EXPECT_TRUE(ResourcesBecome(before, std::chrono::seconds(1)));
-    EXPECT_EQ(velk_ReadMidInfo(), 0);
 }
 
 TEST_F(Exports, PortDeviceMapping) {
