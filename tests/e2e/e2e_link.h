@@ -80,6 +80,22 @@ inline AnimRecord ImageRecord(uint8_t id, const std::string& name, std::string& 
     return r;
 }
 
+// Requests on tone slot 3 and image 1, as plain calls.
+inline int32_t ReadTone() {
+    return velk_ReadMid(3);
+}
+inline int32_t ReadImage() {
+    return velk_ReadAnim(1);
+}
+inline int32_t WriteTone() {
+    static std::string body = "abc";
+    return velk_WriteMid(ToneRecord(3, "Tune", body));
+}
+inline int32_t WriteImage() {
+    static std::string frame = Frames(1, 1);
+    return velk_WriteAnim(ImageRecord(1, "Anim", frame));
+}
+
 class PhoneLinkTest : public ::testing::Test {
   protected:
     void SetUp() override {

@@ -1,5 +1,5 @@
 // The opening that every operation runs (AT up to three times, then ATE0),
-// and what the phone may answer around it: echo, silence, refusals, RING.
+// and what the phone may answer around it: echo, silence, refusals.
 #include <cstring>
 
 #include "e2e_link.h"
@@ -114,16 +114,6 @@ TEST_F(OpeningTest, OtherErrorTextToAttentionEndsAsTimedOut) {
     EXPECT_EQ(phone.ReceivedLines(), Lines{"AT"});
 }
 
-int32_t WriteTone() {
-    uint8_t body[] = "abc";
-    return velk_WriteMid(MidRecord{3, 4, {'T', 'u', 'n', 'e'}, 3, body});
-}
-int32_t WriteImage() {
-    static std::string frame = Pattern(1536, 1);
-    return velk_WriteAnim(AnimRecord{
-        1, 4, {'A', 'n', 'i', 'm'}, 1536, reinterpret_cast<uint8_t*>(frame.data()), 25, 4});
-}
-
 // A refusal ends the operation with the message of the command refused; so
 // does a frame reply that cannot make an image.
 TEST_F(OpeningTest, EveryRefusalEndsTheOperationWithItsMessage) {
@@ -134,24 +124,21 @@ TEST_F(OpeningTest, EveryRefusalEndsTheOperationWithItsMessage) {
         uint32_t message;
     } cases[] = {
         {"AT", {"ERROR"}, velk_ReadMidInfo, VELK_MSG_OPENING_REFUSED},
-        {"ATE0", {"ERROR"}, [] { return velk_ReadMid(3); }, VELK_MSG_OPENING_REFUSED},
+        {"ATE0", {"ERROR"}, ReadTone, VELK_MSG_OPENING_REFUSED},
         {"AT+RNGI", {"+CME ERROR: 10"}, velk_ReadMidInfo, VELK_MSG_MID_INFO_REFUSED},
-        {"AT+RNGR=", {"ERROR"}, [] { return velk_ReadMid(3); }, VELK_MSG_MID_READ_REFUSED},
+        {"AT+RNGR=", {"ERROR"}, ReadTone, VELK_MSG_MID_READ_REFUSED},
         {"AT+RNGW=", {"ERROR"}, WriteTone, VELK_MSG_MID_WRITE_REFUSED},
         {"AT+IMGINF", {"ERROR"}, velk_ReadAnimInfo, VELK_MSG_ANIM_INFO_REFUSED},
-        {"AT+IMGINF",
-         {"+CME ERROR: 3"},
-         [] { return velk_ReadAnim(1); },
-         VELK_MSG_ANIM_INFO_REFUSED},
-        {"AT+IMGR=", {"ERROR"}, [] { return velk_ReadAnim(1); }, VELK_MSG_ANIM_READ_REFUSED},
+        {"AT+IMGINF", {"+CME ERROR: 3"}, ReadImage, VELK_MSG_ANIM_INFO_REFUSED},
+        {"AT+IMGR=", {"ERROR"}, ReadImage, VELK_MSG_ANIM_READ_REFUSED},
         // Without the image's start; with an image parameter not of three numbers.
         {"AT+IMGR=",
          {"+IMGR: 20,\"Sun\",2,2,,,\"250310\",\"abc\",1", "OK"},
-         [] { return velk_ReadAnim(1); },
+         ReadImage,
          VELK_MSG_ANIM_READ_REFUSED},
         {"AT+IMGR=",
          {"+IMGR: 20,\"Sun\",1,1,0,7,\"2503\",\"6040abc\",1", "OK"},
-         [] { return velk_ReadAnim(1); },
+         ReadImage,
          VELK_MSG_ANIM_READ_REFUSED},
         {"AT+IMGW=", {"+CME ERROR: 4"}, WriteImage, VELK_MSG_ANIM_WRITE_REFUSED},
     };
@@ -175,28 +162,6 @@ TEST_F(OpeningTest, EveryRefusalEndsTheOperationWithItsMessage) {
             << "nothing to fetch after a refusal";
         EXPECT_EQ(velk_EndThread(), 1);
     }
-}
-
-TEST_F(OpeningTest, RingBetweenTheLinesOfAReplyChangesNothing) {
-    model.SetRingBetweenLines(true);
-    const std::string body = Pattern(300, 4);
-    model.SetTone(6, "Chime", body);
-    ASSERT_EQ(Begin(), 1);
-
-    ASSERT_EQ(velk_ReadMidInfo(), 1);
-    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
-    MidInfoRecord* info = nullptr;
-    ASSERT_EQ(velk_GetMidInfo(&info), 1);
-    EXPECT_STREQ(info->name, "Melodies");
-    EXPECT_EQ(info->infoNumber3, 40);
-
-    ASSERT_TRUE(Request([] { return velk_ReadMid(6); }));
-    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_READ});
-    MidRecord* tone = nullptr;
-    ASSERT_EQ(velk_GetMidData(&tone), 1);
-    ASSERT_EQ(tone->size, body.size());
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(tone->data), tone->size), body);
-    EXPECT_EQ(LinesFrom(3), (Lines{"AT", "ATE0", "AT+RNGR=6"}));
 }
 
 }  // namespace

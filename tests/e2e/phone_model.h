@@ -63,11 +63,6 @@ class PhoneModel {
         const std::string* text = store_.Frame(frame);
         return text != nullptr ? std::optional("6040" + *text) : std::nullopt;
     }
-    // A RING between every two lines of a reply.
-    void SetRingBetweenLines(bool on) {
-        std::lock_guard<std::mutex> hold(mutex_);
-        ring_ = on;
-    }
     // The next `count` AT commands get no answer.
     void IgnoreAttentions(int count) {
         std::lock_guard<std::mutex> hold(mutex_);
@@ -105,9 +100,6 @@ class PhoneModel {
         } else {
             lines = sim_.Answer(command);
         }
-        if (ring_) {
-            for (std::size_t i = lines.size(); i-- > 1;) lines.insert(lines.begin() + i, "RING");
-        }
         return true;
     }
 
@@ -116,7 +108,6 @@ class PhoneModel {
     phonesim::PhoneStore store_;
     phonesim::PhoneModel sim_{store_};
     std::vector<std::pair<uint16_t, uint16_t>> table_;
-    bool ring_ = false;
     int ignoredAttentions_ = 0;
     std::string refusal_;
 };
