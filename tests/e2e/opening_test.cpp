@@ -47,31 +47,53 @@ TEST_F(OpeningTest, ToneInformationReadPutsItsThreeCommandsOnTheLineInOrder) {
     }
 }
 
-TEST_F(OpeningTest, SilentPhoneGetsThreeAttentionsThenTheOperationTimesOut) {
-    phone.AddRule({"AT", false, PhoneAction::kSilence, {}});
-    ASSERT_EQ(Begin(), 1);
-    ASSERT_EQ(velk_ReadMidInfo(), 1);
-    for (std::size_t tries = 1; tries <= 3; ++tries) {
-        LapseAfter(tries);
-        EXPECT_TRUE(tries == 3 || window.Quiet(20)) << "after try " << tries;
+// AT has three tries and ATE0 one; an error text other than "ERROR" leaves
+// AT in flight until its time runs out, with no new try.
+TEST_F(OpeningTest, SilenceInTheOpeningEndsItAfterItsTries) {
+    const struct {
+        PhoneRule rule;
+        int unheard;                      // ATs the phone does not hear
+        std::vector<std::size_t> lapses;  // once the phone has so many lines, time runs out
+        int waiters;                      // on the clock before it moves
+        uint32_t message;
+        Lines lines;
+    } cases[] = {
+        {{"AT", false, PhoneAction::kSilence, {}},
+         0,
+         {1, 2, 3},
+         1,
+         VELK_MSG_TIMED_OUT,
+         {"AT", "AT", "AT"}},
+        {{"ATE0", false, PhoneAction::kSilence, {}}, 0, {2}, 1, VELK_MSG_TIMED_OUT, {"AT", "ATE0"}},
+        {{}, 2, {1, 2}, 1, VELK_MSG_MID_INFO_READ, {"AT", "AT", "AT", "ATE0", "AT+RNGI"}},
+        // The worker, and the transfer thread waiting for more.
+        {{"AT", false, PhoneAction::kReply, {"+CME ERROR: 100"}},
+         0,
+         {1},
+         2,
+         VELK_MSG_TIMED_OUT,
+         {"AT"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.lines.size());
+        PhoneModel freshModel;
+        FakePhone fresh;
+        freshModel.Attach(fresh);
+        freshModel.IgnoreAttentions(c.unheard);
+        fresh.AddRule(c.rule);  // an empty command fits none
+        ASSERT_EQ(velk_SetPortDevice(kPhonePort, fresh.DevicePath().c_str()), 1);
+        ASSERT_EQ(Begin(), 1);
+        ASSERT_EQ(velk_ReadMidInfo(), 1);
+        for (std::size_t lines : c.lapses) {
+            EXPECT_TRUE(window.Quiet(20)) << "before " << lines << " lines";
+            ASSERT_TRUE(fresh.WaitForLines(lines, std::chrono::seconds(3)));
+            clock.AwaitWaiters(c.waiters);
+            clock.Advance(10050);
+        }
+        EXPECT_EQ(window.UntilFinal(), Messages{c.message});
+        EXPECT_EQ(fresh.ReceivedLines(), c.lines);
+        EXPECT_EQ(velk_EndThread(), 1);
     }
-    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_TIMED_OUT});
-    EXPECT_EQ(phone.ReceivedLines(), (Lines{"AT", "AT", "AT"}));
-
-    // The link takes the next operation, which counts its tries afresh.
-    ASSERT_TRUE(Request(velk_ReadMidInfo));
-    EXPECT_TRUE(phone.WaitForLines(4, std::chrono::seconds(3)));
-}
-
-// ATE0 gets a single try: its silence ends the operation at once.
-TEST_F(OpeningTest, EchoOffWithoutAnswerIsNotTriedAgain) {
-    phone.AddRule({"ATE0", false, PhoneAction::kSilence, {}});
-    ASSERT_EQ(Begin(), 1);
-    ASSERT_EQ(velk_ReadMid(4), 1);
-    LapseAfter(2);
-    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_TIMED_OUT});
-    EXPECT_TRUE(window.Quiet(50));
-    EXPECT_EQ(phone.ReceivedLines(), (Lines{"AT", "ATE0"}));
 }
 
 // 50 operations of three commands each take far less than one pause of
@@ -86,32 +108,6 @@ TEST_F(OpeningTest, OperationsFollowEachOtherWithoutPauses) {
     });
     EXPECT_LT(took, 2500);
     EXPECT_EQ(phone.ReceivedLines().size(), 150u);
-}
-
-TEST_F(OpeningTest, AttentionAnsweredAtTheThirdTryOpensTheOperation) {
-    phone.SetEcho(false);
-    model.IgnoreAttentions(2);
-    ASSERT_EQ(Begin(), 1);
-    ASSERT_EQ(velk_ReadMidInfo(), 1);
-    LapseAfter(1);
-    LapseAfter(2);
-    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
-    EXPECT_EQ(phone.ReceivedLines(), (Lines{"AT", "AT", "AT", "ATE0", "AT+RNGI"}));
-}
-
-// An error text other than "ERROR" leaves AT in flight; when nothing more
-// comes within the command time the operation ends as timed out, without a
-// new try.
-TEST_F(OpeningTest, OtherErrorTextToAttentionEndsAsTimedOut) {
-    phone.Reply("AT", {"+CME ERROR: 100"});
-    ASSERT_EQ(Begin(), 1);
-    ASSERT_EQ(velk_ReadMidInfo(), 1);
-    ASSERT_TRUE(phone.WaitForLines(1, std::chrono::seconds(3)));
-    clock.AwaitWaiters(2);  // the worker, and the transfer thread waiting for more
-    EXPECT_TRUE(window.Quiet(20));
-    clock.Advance(10050);
-    EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_TIMED_OUT});
-    EXPECT_EQ(phone.ReceivedLines(), Lines{"AT"});
 }
 
 // A refusal ends the operation with the message of the command refused; so
