@@ -5,11 +5,9 @@
 
 #include <atomic>
 #include <cstring>
-#include <map>
+#include <functional>
 #include <mutex>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "engine/command_block.h"
 #include "engine/message_numbers.h"
@@ -22,24 +20,30 @@
 namespace velk::test {
 namespace {
 
-// Answers each command at once with the results scripted for its id (once),
-// or with OK; counts the requests to drop pending commands.
+bool Eventually(const std::function<bool()>& condition) {
+    for (int ms = 0; ms < 3000; ++ms) {
+        if (condition()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return false;
+}
+
+// Answers every command at once with OK, but the one scripted: once with an
+// error of the scripted text, then OK when `thenOk`. Counts the requests to
+// drop pending commands.
 class ScriptedWorker : public WorkerControl {
   public:
-    struct Result {
-        int32_t id;
-        const char* error;  // the text of an error result
-    };
-
     ScriptedWorker() { SetWorkerControlForTests(this); }
     ~ScriptedWorker() override {
         Stop();
         SetWorkerControlForTests(nullptr);
     }
 
-    void Script(int32_t commandId, std::vector<Result> results) {
+    void Refuse(int32_t command, const char* text, bool thenOk = false) {
         std::lock_guard<std::mutex> hold(mutex_);
-        script_[commandId] = std::move(results);
+        refused_ = command;
+        text_ = text;
+        thenOk_ = thenOk;
     }
     int Clears() const { return clears_.load(); }
 
@@ -66,6 +70,14 @@ class ScriptedWorker : public WorkerControl {
         const bool command = m.message > kCommandMessageBase && m.wParam == kRequestParam;
         return command ? BlockOf(m) : nullptr;
     }
+    static void Post(ThreadId controller, int32_t resultId, int32_t command, const char* text) {
+        ATCommandBlock* result = AllocCommandBlock();
+        result->resultId = resultId;
+        if (resultId == kResultDone) result->result.done.commandId = command;
+        if (resultId == kResultError) std::strcpy(result->result.error.message, text);
+        PostThreadMessage(controller, MessageForId(resultId), kResultParam,
+                          reinterpret_cast<intptr_t>(result));
+    }
 
     void Loop(ThreadId controller) {
         for (ThreadMessage m; GetThreadMessage(m), m.message != AT_MSG_STOP;) {
@@ -74,29 +86,22 @@ class ScriptedWorker : public WorkerControl {
             if (block == nullptr) continue;
             const int32_t command = block->commandId;
             FreeCommandBlock(block);
-            std::vector<Result> results{{kResultDone, nullptr}};
-            {
-                std::lock_guard<std::mutex> hold(mutex_);
-                if (auto it = script_.find(command); it != script_.end()) {
-                    results = std::move(it->second);
-                    script_.erase(it);
-                }
-            }
-            for (const Result& r : results) {
-                ATCommandBlock* result = AllocCommandBlock();
-                result->resultId = r.id;
-                if (r.id == kResultDone) result->result.done.commandId = command;
-                if (r.error != nullptr) std::strcpy(result->result.error.message, r.error);
-                PostThreadMessage(controller, MessageForId(r.id), kResultParam,
-                                  reinterpret_cast<intptr_t>(result));
-            }
+            std::unique_lock<std::mutex> hold(mutex_);
+            const bool refuse = command == refused_, thenOk = thenOk_;
+            const char* text = text_;
+            if (refuse) refused_ = -1;
+            hold.unlock();
+            if (refuse) Post(controller, kResultError, command, text);
+            if (!refuse || thenOk) Post(controller, kResultDone, command, nullptr);
         }
         PostThreadMessage(controller, AT_MSG_STOPPED, kResultParam, 0);
         CloseThreadQueue([](const ThreadMessage& m) { FreeCommandBlock(CommandOf(m)); });
     }
 
     std::mutex mutex_;
-    std::map<int32_t, std::vector<Result>> script_;
+    int32_t refused_ = -1;
+    const char* text_ = "";
+    bool thenOk_ = false;
     std::atomic<int> clears_{0};
     std::thread thread_;
     std::atomic<ThreadId> id_{kNoThread};
@@ -111,45 +116,39 @@ class TransferThread : public ::testing::Test {
     WindowReader window;
 };
 
-int32_t WriteTone() {
-    static uint8_t body[] = "abc";
-    return velk_WriteMid(MidRecord{2, 1, {'x'}, 3, body});
-}
-
 // A refused transfer command drops what the worker still holds for the
 // operation; a refused opening command leaves that to the opening.
 TEST_F(TransferThread, RefusedTransferCommandClearsTheWorkersPendingCommands) {
+    static uint8_t body[] = "abc";
     const struct {
         int32_t refused;
-        int32_t (*start)();
+        std::function<int32_t()> start;
         uint32_t message;
         int clears;  // in all, after this row
     } cases[] = {
         {kCmdToneInfo, velk_ReadMidInfo, VELK_MSG_MID_INFO_REFUSED, 1},
         {kCmdToneRead, [] { return velk_ReadMid(2); }, VELK_MSG_MID_READ_REFUSED, 2},
-        {kCmdToneWrite, WriteTone, VELK_MSG_MID_WRITE_REFUSED, 3},
+        {kCmdToneWrite,
+         [] {
+             return velk_WriteMid(MidRecord{2, 1, {'x'}, 3, body});
+         },
+         VELK_MSG_MID_WRITE_REFUSED, 3},
         {kCmdImageInfo, velk_ReadAnimInfo, VELK_MSG_ANIM_INFO_REFUSED, 4},
         {kCmdAttention, velk_ReadMidInfo, VELK_MSG_OPENING_REFUSED, 4},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.message);
-        worker.Script(c.refused, {{kResultError, "ERROR"}});
-        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-        while (c.start() != 1) {
-            ASSERT_LT(std::chrono::steady_clock::now(), until);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
+        worker.Refuse(c.refused, "ERROR");
+        ASSERT_TRUE(Eventually([&] { return c.start() == 1; }));
         EXPECT_EQ(window.UntilFinal(), std::vector<uint32_t>{c.message});
         EXPECT_TRUE(window.Quiet(20));
-        const auto settled = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-        while (worker.Clears() < c.clears && std::chrono::steady_clock::now() < settled)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        Eventually([&] { return worker.Clears() >= c.clears; });
         EXPECT_EQ(worker.Clears(), c.clears);
     }
 }
 
 TEST_F(TransferThread, AttentionAnsweredAfterAnotherErrorTextOpensTheOperation) {
-    worker.Script(kCmdAttention, {{kResultError, "NO CARRIER"}, {kResultDone, nullptr}});
+    worker.Refuse(kCmdAttention, "NO CARRIER", true);
     ASSERT_EQ(velk_ReadMidInfo(), 1);
     EXPECT_EQ(window.UntilFinal(), std::vector<uint32_t>{VELK_MSG_MID_INFO_READ});
 }
