@@ -74,28 +74,19 @@ class PhoneModel {
         const std::string* text = store_.Frame(frame);
         return text != nullptr ? std::optional("6040" + *text) : std::nullopt;
     }
-    // The next `count` AT commands get no answer.
-    void IgnoreAttentions(int count) {
+    // The next `times` commands `command` get `lines` (none: no answer).
+    void AnswerNext(std::string command, int times, std::vector<std::string> lines) {
         std::lock_guard<std::mutex> hold(mutex_);
-        ignoredAttentions_ = count;
-    }
-    // The next command that begins with `prefix` is answered "ERROR".
-    void RefuseNext(std::string prefix) {
-        std::lock_guard<std::mutex> hold(mutex_);
-        refusal_ = std::move(prefix);
+        next_ = {std::move(command), times, std::move(lines)};
     }
 
     // Runs on the phone's thread.
     bool Answer(const std::string& command, std::vector<std::string>& lines) {
         std::lock_guard<std::mutex> hold(mutex_);
         int frame = 0;
-        if (!refusal_.empty() && command.rfind(refusal_, 0) == 0) {
-            refusal_.clear();
-            lines = {"ERROR"};
-            return true;
-        } else if (command == "AT" && ignoredAttentions_ > 0) {
-            --ignoredAttentions_;
-            return true;
+        if (command == next_.command && next_.times > 0) {
+            --next_.times;
+            lines = next_.lines;
         } else if (command == "AT+RNGI") {
             lines = {"+RNGI: \"Melodies\",12,3,40", "OK"};
         } else if (command == "AT+IMGINF") {
@@ -119,8 +110,11 @@ class PhoneModel {
     phonesim::PhoneStore store_;
     phonesim::PhoneModel sim_{store_};
     std::vector<std::pair<uint16_t, uint16_t>> table_;
-    int ignoredAttentions_ = 0;
-    std::string refusal_;
+    struct {
+        std::string command;
+        int times = 0;
+        std::vector<std::string> lines;
+    } next_;
 };
 
 inline constexpr uint8_t kPhonePort = 5;

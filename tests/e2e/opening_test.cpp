@@ -79,7 +79,7 @@ TEST_F(OpeningTest, SilenceInTheOpeningEndsItAfterItsTries) {
         PhoneModel freshModel;
         FakePhone fresh;
         freshModel.Attach(fresh);
-        freshModel.IgnoreAttentions(c.unheard);
+        freshModel.AnswerNext("AT", c.unheard, {});
         fresh.AddRule(c.rule);  // an empty command fits none
         ASSERT_EQ(velk_SetPortDevice(kPhonePort, fresh.DevicePath().c_str()), 1);
         ASSERT_EQ(Begin(), 1);

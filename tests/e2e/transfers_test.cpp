@@ -224,7 +224,7 @@ TEST_F(TransferTest, RefusedInformationStepEndsTheTransferForGood) {
     for (const auto& transfer : transfers) {
         ASSERT_TRUE(Request(velk_ReadAnimInfo));
         EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_ANIM_INFO_READ});
-        model.RefuseNext("AT+IMGINF");
+        model.AnswerNext("AT+IMGINF", 1, {"ERROR"});
         ASSERT_TRUE(Request(transfer));
         EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_ANIM_INFO_REFUSED});
 
