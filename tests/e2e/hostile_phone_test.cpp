@@ -43,14 +43,16 @@ bool IsFinal(uint32_t message) {
     return message >= VELK_MSG_MID_INFO_REFUSED && message <= VELK_MSG_ANIM_READ_REFUSED;
 }
 
-using HostilePhoneTest = PhoneLinkTest;
+class HostilePhoneTest : public PhoneLinkTest {
+  protected:
+    std::mutex randomMutex;  // the phone's thread draws the replies
+    std::mt19937 random{20261123};
+};
 
 TEST_F(HostilePhoneTest, EveryOperationEndsWithExactlyOneFinalMessage) {
     // Up to four random lines, then mostly a final one; the opening mostly
     // passes, so that the transfers meet the nonsense too.
-    std::mutex randomMutex;
-    std::mt19937 random(20261123);
-    phone.SetResponder([&](const std::string& command, std::vector<std::string>& lines) {
+    phone.SetResponder([this](const std::string& command, std::vector<std::string>& lines) {
         std::lock_guard<std::mutex> hold(randomMutex);
         if ((command == "AT" || command == "ATE0") && random() % 8 != 0) {
             lines.emplace_back("OK");
