@@ -37,7 +37,7 @@ class TransferTest : public PhoneLinkTest {
         clock.Advance(10050);
     }
 
-    MidRecord* ReadTone(uint8_t slot) {
+    MidRecord* FetchTone(uint8_t slot) {
         MidRecord* tone = nullptr;
         EXPECT_TRUE(Request([&] { return velk_ReadMid(slot); }));
         EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_READ});
@@ -106,7 +106,7 @@ TEST_F(TransferTest, ToneReadReturnsWhatThePhoneSent) {
         SCOPED_TRACE(c.name + " " + std::to_string(c.text.size()));
         if (c.reply.empty()) model.SetTone(c.slot, c.name, c.text);
         if (!c.reply.empty()) phone.Reply("AT+RNGR=" + std::to_string(c.slot), c.reply);
-        MidRecord* tone = ReadTone(c.slot);
+        MidRecord* tone = FetchTone(c.slot);
         ASSERT_NE(tone, nullptr);
         EXPECT_EQ(tone->id, c.slot);
         EXPECT_EQ(std::string(tone->name, tone->nameLength), c.name.substr(0, 10));
@@ -121,7 +121,7 @@ TEST_F(TransferTest, ToneWrittenThenReadComesBackTheSame) {
         std::string body = Pattern(size, 9);
         ASSERT_TRUE(Request([&] { return velk_WriteMid(ToneRecord(4, "TenLetters", body)); }));
         EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_WRITTEN});
-        MidRecord* tone = ReadTone(4);
+        MidRecord* tone = FetchTone(4);
         ASSERT_NE(tone, nullptr);
         EXPECT_EQ(std::string(tone->name, tone->nameLength), "TenLetters");
         EXPECT_EQ(Text(tone->data, tone->size), body);
