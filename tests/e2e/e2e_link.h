@@ -220,14 +220,6 @@ class PhoneLinkTest : public ::testing::Test {
                      all.end());
     }
 
-    // Once the phone has `lines` command lines in all, lets the command's
-    // 10000 ms run out.
-    void LapseAfter(std::size_t lines) {
-        ASSERT_TRUE(phone.WaitForLines(lines, std::chrono::seconds(3)));
-        clock.AwaitWaiters(1);
-        clock.Advance(10050);
-    }
-
     // Near the wrap of the 32-bit tick, so every lapse measured crosses it.
     TestTickClock clock{0xFFFFF000u};
     PhoneModel model;  // outlives the phone, whose thread asks it
