@@ -2,15 +2,12 @@
 // the close-down that leaves nothing behind, a phone that hangs up, a write
 // that flow control holds for ever, calls from many threads, and a window
 // without a reader.
-#include <dirent.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <fstream>
+#include <filesystem>
 #include <future>
-#include <iterator>
-#include <sstream>
 
 #include "e2e_link.h"
 #include "support/process_resources.h"
@@ -22,42 +19,20 @@ namespace {
 std::size_t ThreadsOneStepLower() {
     const int own = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
     std::size_t count = 0;
-    DIR* tasks = opendir("/proc/self/task");
-    if (tasks == nullptr) return 0;
-    while (const dirent* task = readdir(tasks)) {
-        if (task->d_name[0] == '.') continue;
-        std::ifstream stat(std::string("/proc/self/task/") + task->d_name + "/stat");
-        std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
-        // After the name in brackets: state, then 15 more fields, then nice.
-        std::istringstream fields(text.substr(text.rfind(')') + 1));
-        std::string field;
-        for (int i = 0; i < 17 && fields >> field; ++i) {
-        }
-        if (!field.empty() && std::stoi(field) == own + 1) ++count;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        const auto tid = static_cast<id_t>(std::stoi(task.path().filename()));
+        count += getpriority(PRIO_PROCESS, tid) == own + 1 ? 1 : 0;
     }
-    closedir(tasks);
     return count;
 }
 
-// ---- the tests -----------------------------------------------------------
-
 using LinkLifecycleTest = PhoneLinkTest;
 
-struct BadDevice {
-    const char* what;
-    const char* path;
-};
-
-const BadDevice kBadDevices[] = {
-    {"missing device", "/dev/velkport-no-such-device"},
-    {"no terminal", "/dev/null"},
-};
-
 TEST_F(LinkLifecycleTest, BadDeviceRefusesTheStartAndLeavesNothingThenAGoodOneStarts) {
-    for (const BadDevice& bad : kBadDevices) {
-        SCOPED_TRACE(bad.what);
+    for (const char* bad : {"/dev/velkport-no-such-device", "/dev/null"}) {
+        SCOPED_TRACE(bad);
         const ProcessResources before = ProcessResources::Now();
-        ASSERT_EQ(velk_SetPortDevice(kPhonePort, bad.path), 1);
+        ASSERT_EQ(velk_SetPortDevice(kPhonePort, bad), 1);
         EXPECT_EQ(Begin(), 0);
         EXPECT_EQ(ProcessResources::Now(), before) << "the failed start returns with all ended";
         EXPECT_EQ(velk_ReadMidInfo(), 0);
@@ -68,43 +43,39 @@ TEST_F(LinkLifecycleTest, BadDeviceRefusesTheStartAndLeavesNothingThenAGoodOneSt
     EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
 }
 
+// Ended from two threads at once, the link goes once and leaves nothing.
 TEST_F(LinkLifecycleTest, StartSendsNothingAndTheEndLeavesNoThreadNorDescriptor) {
     const ProcessResources before = ProcessResources::Now();
     ASSERT_EQ(Begin(), 1);
     EXPECT_TRUE(window.Quiet(50));
     EXPECT_EQ(phone.ReceivedBytes(), "");
     EXPECT_GE(ThreadsOneStepLower(), 3u) << "transfer thread, worker and serial reader";
-
     ASSERT_EQ(velk_ReadMidInfo(), 1);
     EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
+
+    auto other = std::async(std::launch::async, velk_EndThread);
     EXPECT_EQ(velk_EndThread(), 1);
+    EXPECT_EQ(other.get(), 1);
     EXPECT_TRUE(ResourcesBecome(before, std::chrono::seconds(1)))
         << "before: " << ::testing::PrintToString(before)
         << ", now: " << ::testing::PrintToString(ProcessResources::Now());
+    EXPECT_EQ(velk_ReadMidInfo(), 0);
     EXPECT_EQ(velk_EndThread(), 1) << "a second end does nothing";
 }
-
-struct HangUpCase {
-    const char* what;
-    bool writeHeld;  // the worker is blocked in a write when the line goes
-    bool endFirst;   // the application ends the fallen link before a new start
-};
-
-const HangUpCase kHangUps[] = {
-    {"hang-up on a command, end, start", false, true},
-    {"hang-up on a command, start at once", false, false},
-    {"hang-up under a held write, end, start", true, true},
-};
 
 // The phone goes away in the middle of an operation: the operation ends
 // with a time-out, the exports find no link, and a new start builds a new
 // link, whether or not the application ended the fallen one first.
 TEST_F(LinkLifecycleTest, PhoneHangingUpEndsTheOperationAndTheLink) {
-    for (const HangUpCase& c : kHangUps) {
-        SCOPED_TRACE(c.what);
+    const struct {
+        bool writeHeld;  // the worker is blocked in a write when the line goes
+        bool endFirst;   // the application ends the fallen link before a new start
+    } cases[] = {{false, true}, {false, false}, {true, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.writeHeld) + std::to_string(c.endFirst));
         FakePhone dying;
         model.Attach(dying);
-        dying.AddRule({"AT+RNGI", false, PhoneAction::kHangUp, {}, 0});
+        dying.AddRule({"AT+RNGI", false, PhoneAction::kHangUp, {}});
         ASSERT_EQ(velk_SetPortDevice(kPhonePort, dying.DevicePath().c_str()), 1);
         ASSERT_EQ(Begin(), 1);
 
@@ -119,6 +90,7 @@ TEST_F(LinkLifecycleTest, PhoneHangingUpEndsTheOperationAndTheLink) {
         EXPECT_EQ(velk_ReadMidInfo(), 0);
         MidInfoRecord* info = nullptr;
         EXPECT_EQ(velk_GetMidInfo(&info), 0);
+        EXPECT_EQ(velk_CancelCurrentAction(), 0);
         if (c.endFirst) {
             int32_t ended = 0;
             EXPECT_LT(MillisecondsOf([&] { ended = velk_EndThread(); }), 1000);
@@ -169,28 +141,26 @@ TEST_F(LinkLifecycleTest, WriteHeldByFlowControlLetsCancelAndEndReturnAtOnce) {
 // may hang or race, and a link started afterwards works as ever.
 TEST_F(LinkLifecycleTest, CallsFromSeveralThreadsAtOnceLeaveAWorkingLibrary) {
     model.AddImage(2, 10);
-    model.SetFrame(10, "6040" + Pattern(1536, 1));
-    model.SetFrame(11, "6040" + Pattern(1536, 2));
-    model.SetTone(3, {"Tone", Pattern(300, 3)});
+    for (int f : {10, 11}) model.SetFrame(f, "6040" + Pattern(kFrame, f));
+    model.SetTone(3, "Tone", Pattern(300, 3));
     ASSERT_EQ(Begin(), 1);
     std::atomic<bool> stop{false};
     std::thread reader([&] {
         while (!stop) window.Next(5);
     });
     std::thread requests([&] {
-        std::string frames = Pattern(std::size_t{2} * 1536, 4);
+        std::string frames = Frames(2, 4);
         std::string tone = "abcdef";
+        MidInfoRecord* midInfo;
+        MidRecord* mid;
+        AnimInfoRecord* animInfo;
+        AnimRecord* anim;
         while (!stop) {
             velk_ReadMidInfo();
             velk_ReadMid(3);
             velk_ReadAnim(1);
-            velk_WriteAnim(
-                AnimRecord{1, 1, {'A'}, 3072, reinterpret_cast<uint8_t*>(frames.data()), 1, 2});
-            velk_WriteMid(MidRecord{3, 1, {'B'}, 6, reinterpret_cast<uint8_t*>(tone.data())});
-            MidInfoRecord* midInfo;
-            MidRecord* mid;
-            AnimInfoRecord* animInfo;
-            AnimRecord* anim;
+            velk_WriteAnim(ImageRecord(1, "A", frames));
+            velk_WriteMid(ToneRecord(3, "B", tone));
             velk_GetMidInfo(&midInfo);
             velk_GetMidData(&mid);
             velk_GetAnimInfo(&animInfo);

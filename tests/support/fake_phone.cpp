@@ -3,25 +3,20 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdlib.h>
+#include <strings.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 
 namespace velk::test {
 namespace {
 
 constexpr char kXon = 17;
 constexpr char kXoff = 19;
-
-std::string UpperCase(std::string text) {
-    for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return text;
-}
 
 void CloseIfOpen(int& fd) {
     if (fd >= 0) close(fd);
@@ -31,36 +26,30 @@ void CloseIfOpen(int& fd) {
 }  // namespace
 
 FakePhone::FakePhone() {
-    master_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     std::array<char, PATH_MAX> name{};
+    termios raw{};
+    master_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0 ||
         ptsname_r(master_, name.data(), name.size()) != 0 ||
         fcntl(master_, F_SETFL, fcntl(master_, F_GETFL) | O_NONBLOCK) != 0) {
-        CloseIfOpen(master_);
         return;
     }
     devicePath_ = name.data();
     slave_ = open(devicePath_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    termios settings{};
-    // Raw from the start, so that nothing the phone sends is echoed back by
-    // the line discipline before the computer sets the line up.
-    if (slave_ < 0 || wake_ < 0 || tcgetattr(slave_, &settings) != 0 ||
-        (cfmakeraw(&settings), tcsetattr(slave_, TCSANOW, &settings)) != 0) {
-        CloseIfOpen(master_);
-        CloseIfOpen(slave_);
-        CloseIfOpen(wake_);
-        return;
+    // Raw from the start, so the line discipline echoes nothing back before
+    // the computer sets the line up.
+    if (slave_ >= 0 && wake_ >= 0 && tcgetattr(slave_, &raw) == 0 &&
+        (cfmakeraw(&raw), tcsetattr(slave_, TCSANOW, &raw)) == 0) {
+        thread_ = std::thread(&FakePhone::Run, this);
     }
-    opened_ = true;
-    thread_ = std::thread(&FakePhone::Run, this);
 }
 
 FakePhone::~FakePhone() {
     if (thread_.joinable()) {
         {
             std::lock_guard<std::mutex> hold(mutex_);
-            stopping_ = true;
+            request_ = Request::kStop;
         }
         Wake();
         thread_.join();
@@ -73,16 +62,6 @@ FakePhone::~FakePhone() {
 void FakePhone::AddRule(PhoneRule rule) {
     std::lock_guard<std::mutex> hold(mutex_);
     rules_.push_back(std::move(rule));
-}
-
-void FakePhone::Reply(const std::string& command, std::vector<std::string> lines,
-                      uint32_t delayMs) {
-    AddRule({command, false, PhoneAction::kReply, std::move(lines), delayMs});
-}
-
-void FakePhone::ReplyToPrefix(const std::string& prefix, std::vector<std::string> lines,
-                              uint32_t delayMs) {
-    AddRule({prefix, true, PhoneAction::kReply, std::move(lines), delayMs});
 }
 
 void FakePhone::SetResponder(Responder responder) {
@@ -98,22 +77,12 @@ void FakePhone::SetEcho(bool on) {
 void FakePhone::Send(const std::string& bytes) {
     {
         std::lock_guard<std::mutex> hold(mutex_);
-        output_.push_back({std::chrono::steady_clock::now(), bytes, false});
+        output_ += bytes;
     }
     Wake();
 }
 
-void FakePhone::HangUp() {
-    DoAndWait(Request::kHangUp);
-}
-void FakePhone::BlockWrites() {
-    DoAndWait(Request::kBlock);
-}
-void FakePhone::ResumeWrites() {
-    DoAndWait(Request::kResume);
-}
-
-void FakePhone::DoAndWait(Request request) {
+void FakePhone::Do(Request request) {
     if (!thread_.joinable()) return;
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait(lock, [this] { return request_ == Request::kNone; });
@@ -147,197 +116,114 @@ void FakePhone::Wake() const {
     (void)!write(wake_, &one, sizeof one);
 }
 
+// The phone's thread. Everything it does to the line happens here, under
+// the lock but for poll.
 void FakePhone::Run() {
+    std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
-        Request request;
-        {
-            std::lock_guard<std::mutex> hold(mutex_);
-            if (stopping_) return;
-            request = request_;
+        const Request request = request_;
+        if (request == Request::kStop) return;
+        if (request != Request::kNone && master_ >= 0) {
+            if (request == Request::kHangUp) CloseLine();
+            if (request == Request::kBlock || request == Request::kResume) {
+                const char flow = request == Request::kBlock ? kXoff : kXon;
+                while (write(master_, &flow, 1) < 0 && errno == EINTR) {
+                }
+                reading_ = request == Request::kResume;
+            }
         }
         if (request != Request::kNone) {
-            RunRequest(request);
-            std::lock_guard<std::mutex> hold(mutex_);
             request_ = Request::kNone;
             changed_.notify_all();
         }
-        WriteDueOutput();
-
-        bool wantRoom;
-        int timeoutMs;
-        {
-            std::lock_guard<std::mutex> hold(mutex_);
-            wantRoom = waitingForRoom_;
-            timeoutMs = PollTimeoutMs();
+        // Writes what the computer takes now; the rest waits for POLLOUT.
+        while (master_ >= 0 && !output_.empty()) {
+            const ssize_t n = write(master_, output_.data(), output_.size());
+            if (n < 0 && errno == EINTR) continue;
+            if (n < 0 && errno != EAGAIN) output_.clear();  // the line broke
+            if (n <= 0) break;
+            output_.erase(0, static_cast<std::size_t>(n));
         }
-        short masterEvents = 0;
-        if (!hungUp_ && reading_) masterEvents |= POLLIN;
-        if (!hungUp_ && wantRoom) masterEvents |= POLLOUT;
-        pollfd entries[2] = {{wake_, POLLIN, 0},
-                             {masterEvents != 0 ? master_ : -1, masterEvents, 0}};
-        if (poll(entries, 2, timeoutMs) < 0 && errno != EINTR) return;
+        if (hangUpWhenWritten_ && output_.empty()) CloseLine();
+
+        short events = 0;
+        if (master_ >= 0 && reading_) events |= POLLIN;
+        if (master_ >= 0 && !output_.empty()) events |= POLLOUT;
+        pollfd entries[2] = {{wake_, POLLIN, 0}, {events != 0 ? master_ : -1, events, 0}};
+        lock.unlock();
+        const int ready = poll(entries, 2, -1);
+        std::array<char, 4096> chunk;
+        ssize_t count = 0;
+        if (ready > 0 && (entries[1].revents & POLLIN) != 0) {
+            count = read(master_, chunk.data(), chunk.size());
+        }
         if ((entries[0].revents & POLLIN) != 0) {
-            uint64_t count;
-            (void)!read(wake_, &count, sizeof count);
+            uint64_t wakes;
+            (void)!read(wake_, &wakes, sizeof wakes);
         }
-        if ((entries[1].revents & POLLOUT) != 0) {
-            std::lock_guard<std::mutex> hold(mutex_);
-            waitingForRoom_ = false;
-        }
-        if ((entries[1].revents & POLLIN) != 0) {
-            ReadInput();
+        lock.lock();
+        if (count > 0) {
+            receivedBytes_.append(chunk.data(), static_cast<std::size_t>(count));
+            for (ssize_t i = 0; i < count; ++i) {
+                const char c = chunk[static_cast<std::size_t>(i)];
+                if (c == kXon || c == kXoff || (c == '\n' && lastWasCr_)) {
+                    lastWasCr_ = false;
+                    continue;
+                }
+                lastWasCr_ = c == '\r';
+                if (c != '\r') {
+                    partial_ += c;
+                    continue;
+                }
+                OnCommandLine(partial_);
+                partial_.clear();
+            }
         } else if ((entries[1].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) {
-            std::lock_guard<std::mutex> hold(mutex_);
-            CloseLineLocked();  // the line broke under the phone
+            CloseLine();  // the line broke under the phone
         }
     }
-}
-
-void FakePhone::RunRequest(Request request) {
-    if (hungUp_) return;
-    switch (request) {
-        case Request::kHangUp: {
-            std::lock_guard<std::mutex> hold(mutex_);
-            CloseLineLocked();
-            break;
-        }
-        case Request::kBlock:
-            WriteNow(kXoff);
-            reading_ = false;
-            break;
-        case Request::kResume:
-            WriteNow(kXon);
-            reading_ = true;
-            break;
-        case Request::kNone:
-            break;
-    }
-}
-
-void FakePhone::WriteNow(char byte) {
-    ssize_t written;
-    do {
-        written = write(master_, &byte, 1);
-    } while (written < 0 && errno == EINTR);
-}
-
-void FakePhone::ReadInput() {
-    std::array<char, 4096> chunk;
-    const ssize_t count = read(master_, chunk.data(), chunk.size());
-    if (count <= 0) return;
-    {
-        std::lock_guard<std::mutex> hold(mutex_);
-        receivedBytes_.append(chunk.data(), static_cast<std::size_t>(count));
-    }
-    for (ssize_t i = 0; i < count; ++i) {
-        const char c = chunk[static_cast<std::size_t>(i)];
-        // The computer's own flow control is no part of a command.
-        if (c == kXon || c == kXoff) continue;
-        if (c == '\n' && lastWasCr_) {
-            lastWasCr_ = false;
-            continue;
-        }
-        lastWasCr_ = c == '\r';
-        if (c == '\r') {
-            OnCommandLine(partial_);
-            partial_.clear();
-        } else {
-            partial_ += c;
-        }
-    }
-}
-
-const PhoneRule* FakePhone::FindRule(const std::string& line) const {
-    const std::string command = UpperCase(line);
-    const PhoneRule* best = nullptr;
-    for (const PhoneRule& rule : rules_) {
-        const std::string wanted = UpperCase(rule.command);
-        if (!rule.isPrefix) {
-            if (wanted == command) return &rule;
-            continue;
-        }
-        if (command.compare(0, wanted.size(), wanted) == 0 &&
-            (best == nullptr || wanted.size() > best->command.size())) {
-            best = &rule;
-        }
-    }
-    return best;
 }
 
 void FakePhone::OnCommandLine(const std::string& line) {
-    std::lock_guard<std::mutex> hold(mutex_);
     received_.push_back(line);
     changed_.notify_all();
-    // A phone ignores an empty command line.
-    if (line.empty()) return;
+    if (line.empty()) return;  // a phone ignores an empty command line
 
-    const PhoneRule* rule = FindRule(line);
+    const PhoneRule* rule = nullptr;
+    for (const PhoneRule& r : rules_) {
+        const bool exact = !r.isPrefix && strcasecmp(r.command.c_str(), line.c_str()) == 0;
+        if (exact ||
+            (r.isPrefix && strncasecmp(r.command.c_str(), line.c_str(), r.command.size()) == 0 &&
+             (rule == nullptr || r.command.size() > rule->command.size()))) {
+            rule = &r;
+            if (exact) break;
+        }
+    }
     const PhoneAction action = rule != nullptr ? rule->action : PhoneAction::kReply;
     if (action == PhoneAction::kSilence) return;
-    const auto now = std::chrono::steady_clock::now();
-    if (echo_) output_.push_back({now, line + "\r\n", false});
-    const std::string command = UpperCase(line);
-    if (command == "ATE0") echo_ = false;
-    if (command == "ATE1" || command == "ATE") echo_ = true;
-
-    const auto due = now + std::chrono::milliseconds(rule != nullptr ? rule->delayMs : 0);
+    if (echo_) output_ += line + "\r\n";
+    if (strcasecmp(line.c_str(), "ATE0") == 0) echo_ = false;
+    if (strcasecmp(line.c_str(), "ATE1") == 0 || strcasecmp(line.c_str(), "ATE") == 0) echo_ = true;
     if (action == PhoneAction::kHangUp) {
-        output_.push_back({due, std::string(), true});
+        hangUpWhenWritten_ = true;
         return;
     }
-    std::vector<std::string> computed;
-    const std::vector<std::string>* lines = &defaultReply_;
+    std::vector<std::string> lines{"ERROR"};
     if (rule != nullptr) {
-        lines = &rule->lines;
-    } else if (responder_ && responder_(line, computed)) {
-        lines = &computed;
+        lines = rule->lines;
+    } else if (std::vector<std::string> computed; responder_ && responder_(line, computed)) {
+        lines = std::move(computed);
     }
-    std::string reply = "\r\n";
-    for (const std::string& replyLine : *lines) {
-        reply += replyLine;
-        reply += "\r\n";
-    }
-    output_.push_back({due, std::move(reply), false});
+    output_ += "\r\n";
+    for (const std::string& reply : lines) output_ += reply + "\r\n";
 }
 
-void FakePhone::WriteDueOutput() {
-    std::lock_guard<std::mutex> hold(mutex_);
-    const auto now = std::chrono::steady_clock::now();
-    while (!hungUp_ && !waitingForRoom_ && !output_.empty() && output_.front().due <= now) {
-        Output& next = output_.front();
-        if (next.hangUp) {
-            CloseLineLocked();
-            return;
-        }
-        const ssize_t written = write(master_, next.bytes.data(), next.bytes.size());
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            // EAGAIN: the computer is not reading; anything else is lost.
-            if (errno == EAGAIN)
-                waitingForRoom_ = true;
-            else
-                output_.pop_front();
-            continue;
-        }
-        next.bytes.erase(0, static_cast<std::size_t>(written));
-        if (next.bytes.empty()) output_.pop_front();
-    }
-}
-
-int FakePhone::PollTimeoutMs() const {
-    if (hungUp_ || waitingForRoom_ || output_.empty()) return -1;
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(
-        output_.front().due - std::chrono::steady_clock::now());
-    return static_cast<int>(std::max<std::chrono::milliseconds::rep>(wait.count(), 0));
-}
-
-void FakePhone::CloseLineLocked() {
-    // The computer's side hangs up as the master goes; the phone's own
-    // slave has nothing left to keep open.
+void FakePhone::CloseLine() {
+    // The computer's side hangs up as the master goes.
     CloseIfOpen(master_);
     CloseIfOpen(slave_);
-    hungUp_ = true;
     output_.clear();
+    hangUpWhenWritten_ = false;
 }
 
 }  // namespace velk::test

@@ -1,18 +1,13 @@
 // A phone on a pseudo-terminal, answering AT command lines from a script.
 //
-// The phone holds the master side; the slave path (DevicePath) is what the
-// library opens as its serial port. The phone keeps a slave descriptor of its
-// own open, so that its side never sees an end of file while the library
-// closes and reopens the port.
-//
-// Its own thread reads the command lines (each ends in CR; an LF right
-// after it is dropped), records them, echoes each with CR LF while echo is on
-// ("ATE0" turns it off, "ATE1" on again), and answers by the first rule that
-// fits: a rule for the exact command, else the rule with the longest prefix
-// of it (an empty prefix fits every command), else the responder, else the
-// default reply. Commands are compared without regard to case, as a phone
-// does. A reply goes out as a phone sends it: a blank
-// CR LF line, then each line with CR LF.
+// The library opens the slave (DevicePath); the phone keeps a slave
+// descriptor of its own, so its side sees no end of file while the library
+// reopens the port. Its thread cuts the input into command lines (each ends
+// in CR; an LF after it and XON/XOFF are dropped), echoes each while echo is
+// on (ATE0 off, ATE1 on), and answers by the first rule that fits: the exact
+// command, else the longest prefix, else the responder, else "ERROR".
+// Commands compare without regard to case. A reply goes out as a blank
+// line, then each line, all ending in CR LF.
 #pragma once
 
 #include <termios.h>
@@ -20,8 +15,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <cstdint>
-#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -32,8 +25,8 @@ namespace velk::test {
 
 enum class PhoneAction {
     kReply,    // echo, then the reply lines
-    kSilence,  // no echo and no reply: a phone that is not listening
-    kHangUp,   // the line goes dead: the phone closes its side
+    kSilence,  // no echo and no reply
+    kHangUp,   // the phone closes its side
 };
 
 struct PhoneRule {
@@ -41,78 +34,55 @@ struct PhoneRule {
     bool isPrefix = false;
     PhoneAction action = PhoneAction::kReply;
     std::vector<std::string> lines;  // the reply, each line without CR LF
-    uint32_t delayMs = 0;            // before the reply or the hang-up
 };
 
 class FakePhone {
   public:
-    // Works out the reply to a command that no rule fits: true with the reply
-    // lines filled in, false to leave it to the default reply. Runs on the
-    // phone's thread, with the phone's lock held: it must not call the phone.
-    using Responder =
-        std::function<bool(const std::string& command, std::vector<std::string>& lines)>;
+    // Works out the reply to a command no rule fits; false leaves it to the
+    // default. Runs on the phone's thread with its lock held.
+    using Responder = std::function<bool(const std::string&, std::vector<std::string>&)>;
 
-    // Opens the pseudo-terminal and starts the phone. IsOpen() tells whether
-    // that worked.
     FakePhone();
     ~FakePhone();
     FakePhone(const FakePhone&) = delete;
     FakePhone& operator=(const FakePhone&) = delete;
 
-    bool IsOpen() const { return opened_; }
+    bool IsOpen() const { return thread_.joinable(); }
     const std::string& DevicePath() const { return devicePath_; }
 
-    // --- The script; may change while the phone runs.
     void AddRule(PhoneRule rule);
-    void Reply(const std::string& command, std::vector<std::string> lines, uint32_t delayMs = 0);
-    void ReplyToPrefix(const std::string& prefix, std::vector<std::string> lines,
-                       uint32_t delayMs = 0);
+    void Reply(const std::string& command, std::vector<std::string> lines) {
+        AddRule({command, false, PhoneAction::kReply, std::move(lines)});
+    }
     void SetResponder(Responder responder);
     void SetEcho(bool on);
 
-    // --- Acting now. Each but Send returns once the phone has done it.
-    // Sends raw bytes to the computer, unasked, after what is queued already.
+    // Raw bytes to the computer, unasked, after what is queued already.
     void Send(const std::string& bytes);
-    // Closes the phone's side: the computer sees the line hang up.
-    void HangUp();
-    // Sends XOFF and stops reading: with XON/XOFF flow the computer must
-    // stop at once, with RTS/CTS its writes stall when the buffers fill.
-    void BlockWrites();
-    // Sends XON and reads again.
-    void ResumeWrites();
+    // Each of these returns once the phone has done it.
+    // The phone closes its side: the computer sees the line hang up.
+    void HangUp() { Do(Request::kHangUp); }
+    // XOFF, and no more reading: the computer's writes stall.
+    void BlockWrites() { Do(Request::kBlock); }
+    // XON, and reading again.
+    void ResumeWrites() { Do(Request::kResume); }
 
-    // --- What the phone got.
-    // The command lines, without their CR LF.
     std::vector<std::string> ReceivedLines() const;
-    // Every byte, as it came.
     std::string ReceivedBytes() const;
-    // Waits until at least `count` command lines came. False on time-out.
     bool WaitForLines(std::size_t count, std::chrono::milliseconds timeout) const;
     // The line settings the computer gave the port; false after a hang-up.
     bool LineSettings(termios& settings) const;
 
   private:
-    struct Output {
-        std::chrono::steady_clock::time_point due;
-        std::string bytes;
-        bool hangUp = false;
-    };
-    enum class Request { kNone, kHangUp, kBlock, kResume };
+    enum class Request { kNone, kHangUp, kBlock, kResume, kStop };
 
     void Run();
-    void ReadInput();
+    void Do(Request request);
     void OnCommandLine(const std::string& line);
-    const PhoneRule* FindRule(const std::string& line) const;
-    void WriteDueOutput();
-    void CloseLineLocked();
-    int PollTimeoutMs() const;
-    void RunRequest(Request request);
-    void DoAndWait(Request request);
-    void WriteNow(char byte);
+    void CloseLine();
     void Wake() const;
 
-    bool opened_ = false;
-    int master_ = -1;  // used by the phone thread only, once it runs
+    int master_ = -1;
     int slave_ = -1;
     int wake_ = -1;
     std::string devicePath_;
@@ -122,20 +92,15 @@ class FakePhone {
     mutable std::condition_variable changed_;
     std::vector<PhoneRule> rules_;
     Responder responder_;
-    std::vector<std::string> defaultReply_{"ERROR"};  // to a command nothing else answers
     bool echo_ = true;
-    bool stopping_ = false;
     Request request_ = Request::kNone;
-    std::deque<Output> output_;    // in the order it goes out
-    bool waitingForRoom_ = false;  // the computer is not reading: wait for POLLOUT
+    std::string output_;              // not yet written
+    bool hangUpWhenWritten_ = false;  // a rule hangs up once the echo is out
     std::vector<std::string> received_;
     std::string receivedBytes_;
-
-    // The phone thread's own.
-    std::string partial_;
+    std::string partial_;  // the phone thread's own from here on
     bool lastWasCr_ = false;
     bool reading_ = true;
-    bool hungUp_ = false;
 };
 
 }  // namespace velk::test
