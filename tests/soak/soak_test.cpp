@@ -423,7 +423,8 @@ TEST_F(SoakCancels, CancelAtAnyMomentReturnsAndTheLinkComesBackWithNothingLeft) 
 using HangUp = PhoneFixture;
 
 // The phone hangs up in the middle of a transfer: the operation times out, the
-// exports refuse, the end returns at once and leaves nothing, a new link works.
+// exports refuse, the end returns at once and leaves nothing behind (the soak
+// starts a new link after each phone that hung up).
 TEST_F(HangUp, PhoneHangingUpInTheMiddleOfATransferEndsTheLinkCleanly) {
     for (const Kind kind : {kToneRead, kImageRead, kImageWrite}) {
         SCOPED_TRACE(kind);
@@ -466,10 +467,6 @@ TEST_F(HangUp, PhoneHangingUpInTheMiddleOfATransferEndsTheLinkCleanly) {
         EXPECT_TRUE(ResourcesBecome(before, std::chrono::seconds(1)))
             << "before: " << ::testing::PrintToString(before)
             << ", now: " << ::testing::PrintToString(ProcessResources::Now());
-
-        PhoneSimulator next;
-        EXPECT_EQ(run(next, {}), kSuccess[kind]) << "a new link after the hang-up";
-        EXPECT_EQ(velk_EndThread(), 1);
     }
 }
 
