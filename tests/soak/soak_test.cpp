@@ -49,15 +49,13 @@ constexpr uint32_t kSuccess[kKinds] = {VELK_MSG_MID_INFO_READ, VELK_MSG_MID_READ
                                        VELK_MSG_ANIM_READ,     VELK_MSG_ANIM_WRITTEN};
 
 // Commands a refusing phone turns down, and how.
-const phonesim::Refusal kRefusals[] = {
-    {"ATE0", "ERROR"},
-    {"AT+RNGI", "ERROR"},
-    {"AT+RNGR=", "+CME ERROR: 21"},
-    {"AT+RNGW=", "ERROR"},
-    {"AT+IMGINF", "ERROR"},
-    {"AT+IMGR=", "+CME ERROR: 22"},
-    {"AT+IMGW=", "+CME ERROR: 20"},
-};
+const phonesim::Refusal kRefusals[] = {{"ATE0", "ERROR"},
+                                       {"AT+RNGI", "ERROR"},
+                                       {"AT+RNGR=", "+CME ERROR: 21"},
+                                       {"AT+RNGW=", "ERROR"},
+                                       {"AT+IMGINF", "ERROR"},
+                                       {"AT+IMGR=", "+CME ERROR: 22"},
+                                       {"AT+IMGW=", "+CME ERROR: 20"}};
 
 int EnvCount(const char* name, int fallback) {
     const char* text = std::getenv(name);

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -40,15 +39,6 @@ namespace fs = std::filesystem;
 std::string ReadFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-// An AT+RNGW= or AT+IMGW= line as the library builds it, with the right check.
-std::string ChunkCommand(const std::string& head, const std::string& name, int chunk, int count,
-                         int rest, const std::string& param, const std::string& body) {
-    std::string line = head + ",\"" + name + "\",2,1," + std::to_string(chunk) + ',';
-    line += chunk == 1 ? std::to_string(count) + ',' + std::to_string(rest) + ',' : ",,";
-    if (!param.empty()) line += '"' + param + "\",";
-    return line + body + ',' + std::to_string(ChunkCheck(body));
 }
 
 // --- The protocol without the line.
@@ -128,10 +118,13 @@ TEST(PhoneModel, WrongCheckOrChunkOutOfTurnDropsTheWrite) {
     PhoneStore store;
     PhoneModel model(store);
     const std::string body(128, 'B');
-    const auto chunk = [&](int n, const std::string& text) {
-        return model.Answer(ChunkCommand("AT+RNGW=6", "New", n, 1, 3, "", text));
+    // Chunk `n` of three of tone 6 as the library builds it, with the right check.
+    const auto line = [](int n, const std::string& text) {
+        return "AT+RNGW=6,\"New\",2,1," + std::to_string(n) + (n == 1 ? ",1,3," : ",,,") + text +
+               ',' + std::to_string(ChunkCheck(text));
     };
-    std::string wrong = ChunkCommand("AT+RNGW=6", "New", 2, 0, 0, "", "xyz");
+    const auto chunk = [&](int n, const std::string& text) { return model.Answer(line(n, text)); };
+    std::string wrong = line(2, "xyz");
     wrong.back() = wrong.back() == '0' ? '1' : '0';
     EXPECT_THAT(chunk(1, body), ElementsAre("OK"));
     EXPECT_THAT(model.Answer(wrong), ElementsAre("ERROR"));
