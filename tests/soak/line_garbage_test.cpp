@@ -50,8 +50,10 @@ class LineGarbageTest : public PhoneLinkTest {
 TEST_F(LineGarbageTest, GarbageWhileIdleOrInsideAReplyEndsTheOperationOnceAndTheLinkGoesOn) {
     std::atomic<const Garbage*> inject{nullptr};
     phone.SetResponder([&](const std::string& command, std::vector<std::string>& lines) {
-        const Garbage* garbage = command == "AT+RNGI" ? inject.exchange(nullptr) : nullptr;
+        // Only a reply that carries garbage writes `inject`, which the test reads after it.
+        const Garbage* garbage = command == "AT+RNGI" ? inject.load() : nullptr;
         if (garbage == nullptr) return model.Answer(command, lines);
+        inject = nullptr;
         lines = {garbage->bytes, "+RNGI: \"Melodies\",12,3,40", "OK"};
         return true;
     });
