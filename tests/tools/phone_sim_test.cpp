@@ -207,10 +207,16 @@ TEST(LinePacer, TenBitsAByteAtTheRate) {
 }
 
 // A broken index is refused, and a store directory that holds one is not
-// overwritten (the command-line tests read back what one phone wrote through
-// the next on the same store).
+// overwritten. (The command-line tests read back what one phone wrote
+// through the next on the same store; a quote in a name only comes from an
+// application.)
 TEST(StoreIndex, BrokenIndexIsRefusedAndLeftAsItIs) {
     std::string error;
+    StoreIndex index;
+    index.tones = {{1, "Bells \"x\""}};
+    const auto back = ReadStoreIndex(WriteStoreIndex(index), error);
+    ASSERT_TRUE(back) << "a quote in a name must not break the index: " << error;
+    EXPECT_EQ(back->tones[0].name, "Bells \"x\"");
     for (const char* broken : {"", "{", "[]", "{\"tones\": [], \"images\": {}}",
                                "{\"tones\": [{\"slot\": 11, \"name\": \"x\"}], \"images\": []}",
                                "{\"tones\": [], \"images\": [{\"name\": \"x\"}]}",
