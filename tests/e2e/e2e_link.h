@@ -133,6 +133,11 @@ inline bool Eventually(const std::function<bool()>& condition, int timeoutMs = 3
     return true;
 }
 
+// Whether `message` ends an operation.
+inline bool IsFinal(uint32_t message) {
+    return message >= VELK_MSG_MID_INFO_REFUSED && message <= VELK_MSG_ANIM_READ_REFUSED;
+}
+
 template <typename Call>
 long long MillisecondsOf(Call call) {
     const auto start = std::chrono::steady_clock::now();

@@ -94,11 +94,4 @@ cmp -s "$work/written" "$work/stored" || fail "the store does not hold the frame
 grep -q '"name": "Anim"' "$work/store/index.json" || fail "the store does not name the image Anim"
 stop_phone
 
-# A phone that refuses the tone read.
-start_phone --refuse AT+RNGR=
-expect_exit 4 --device "$device" tone-get 7
-grep -q "the phone refused AT+RNGR= (slot 7)" "$work/err" ||
-    fail "the refusal's sentence: $(cat "$work/err")"
-stop_phone
-
 exit $((failures > 0))
