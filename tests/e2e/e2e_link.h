@@ -30,10 +30,6 @@
 
 namespace velk::test {
 
-inline uint8_t LineCheck(const std::string& text) {
-    return phonesim::ChunkCheck(text);
-}
-
 // `count` letters and digits in a pattern that differs with `seed`.
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): a length, then a seed
 inline std::string Pattern(std::size_t count, unsigned seed) {
