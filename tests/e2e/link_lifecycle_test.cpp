@@ -28,15 +28,13 @@ std::size_t ThreadsOneStepLower() {
 
 using LinkLifecycleTest = PhoneLinkTest;
 
+// The threads a start made before its device failed are gone when it returns.
 TEST_F(LinkLifecycleTest, BadDeviceRefusesTheStartAndLeavesNothingThenAGoodOneStarts) {
-    for (const char* bad : {"/dev/velkport-no-such-device", "/dev/null"}) {
-        SCOPED_TRACE(bad);
-        const ProcessResources before = ProcessResources::Now();
-        ASSERT_EQ(velk_SetPortDevice(kPhonePort, bad), 1);
-        EXPECT_EQ(Begin(), 0);
-        EXPECT_EQ(ProcessResources::Now(), before) << "the failed start returns with all ended";
-        EXPECT_EQ(velk_ReadMidInfo(), 0);
-    }
+    const ProcessResources before = ProcessResources::Now();
+    ASSERT_EQ(velk_SetPortDevice(kPhonePort, "/dev/null"), 1);
+    EXPECT_EQ(Begin(), 0);
+    EXPECT_EQ(ProcessResources::Now(), before) << "the failed start returns with all ended";
+    EXPECT_EQ(velk_ReadMidInfo(), 0);
     ASSERT_EQ(velk_SetPortDevice(kPhonePort, phone.DevicePath().c_str()), 1);
     ASSERT_EQ(Begin(), 1);
     ASSERT_EQ(velk_ReadMidInfo(), 1);
