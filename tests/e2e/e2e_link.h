@@ -30,10 +30,6 @@
 
 namespace velk::test {
 
-inline uint8_t LineCheck(const std::string& text) {
-    return phonesim::ChunkCheck(text);
-}
-
 // `count` letters and digits in a pattern that differs with `seed`.
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): a length, then a seed
 inline std::string Pattern(std::size_t count, unsigned seed) {
@@ -131,6 +127,11 @@ inline bool Eventually(const std::function<bool()>& condition, int timeoutMs = 3
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
+}
+
+// Whether `message` ends an operation.
+inline bool IsFinal(uint32_t message) {
+    return message >= VELK_MSG_MID_INFO_REFUSED && message <= VELK_MSG_ANIM_READ_REFUSED;
 }
 
 template <typename Call>

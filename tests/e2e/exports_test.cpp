@@ -73,14 +73,6 @@ TEST_F(Exports, StandingLinkKeepsItsWindowThroughASecondBeginAndAnIdleCancel) {
     EXPECT_EQ(phone.ReceivedLines(), (Lines{"AT", "ATE0", "AT+RNGI"}));
 }
 
-TEST_F(Exports, PortDeviceMapping) {
-    const std::string tooLong(5000, 'd');
-    EXPECT_EQ(velk_SetPortDevice(0, "/dev/ttyUSB0"), 0) << "port 0 has no device";
-    EXPECT_EQ(velk_SetPortDevice(250, tooLong.c_str()), 0);
-    EXPECT_EQ(velk_SetPortDevice(250, "/dev/pts/7"), 1);
-    EXPECT_EQ(velk_SetPortDevice(250, nullptr), 1) << "back to the default";
-}
-
 TEST_F(Exports, FetchesRefuseBeforeAnyResultAndForANullOutParameter) {
     ASSERT_EQ(Begin(), 1);
     ExpectFetchesRefuse();

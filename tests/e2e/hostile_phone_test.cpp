@@ -39,10 +39,6 @@ const char* const kLines[] = {"OK",
                               "AT+RNGI",
                               "CONNECT"};
 
-bool IsFinal(uint32_t message) {
-    return message >= VELK_MSG_MID_INFO_REFUSED && message <= VELK_MSG_ANIM_READ_REFUSED;
-}
-
 class HostilePhoneTest : public PhoneLinkTest {
   protected:
     std::mutex randomMutex;  // the phone's thread draws the replies

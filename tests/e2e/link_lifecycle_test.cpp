@@ -28,15 +28,13 @@ std::size_t ThreadsOneStepLower() {
 
 using LinkLifecycleTest = PhoneLinkTest;
 
+// The threads a start made before its device failed are gone when it returns.
 TEST_F(LinkLifecycleTest, BadDeviceRefusesTheStartAndLeavesNothingThenAGoodOneStarts) {
-    for (const char* bad : {"/dev/velkport-no-such-device", "/dev/null"}) {
-        SCOPED_TRACE(bad);
-        const ProcessResources before = ProcessResources::Now();
-        ASSERT_EQ(velk_SetPortDevice(kPhonePort, bad), 1);
-        EXPECT_EQ(Begin(), 0);
-        EXPECT_EQ(ProcessResources::Now(), before) << "the failed start returns with all ended";
-        EXPECT_EQ(velk_ReadMidInfo(), 0);
-    }
+    const ProcessResources before = ProcessResources::Now();
+    ASSERT_EQ(velk_SetPortDevice(kPhonePort, "/dev/null"), 1);
+    EXPECT_EQ(Begin(), 0);
+    EXPECT_EQ(ProcessResources::Now(), before) << "the failed start returns with all ended";
+    EXPECT_EQ(velk_ReadMidInfo(), 0);
     ASSERT_EQ(velk_SetPortDevice(kPhonePort, phone.DevicePath().c_str()), 1);
     ASSERT_EQ(Begin(), 1);
     ASSERT_EQ(velk_ReadMidInfo(), 1);
@@ -63,14 +61,15 @@ TEST_F(LinkLifecycleTest, StartSendsNothingAndTheEndLeavesNoThreadNorDescriptor)
     EXPECT_EQ(velk_EndThread(), 1) << "a second end does nothing";
 }
 
-// The phone goes away in the middle of an operation: the operation ends
-// with a time-out, the exports find no link, and a new start builds a new
-// link, whether or not the application ended the fallen one first.
+// The phone goes away in the middle of an operation, while the worker waits
+// for a reply or is blocked in a write: the operation ends with a time-out,
+// and a new start builds a new link, whether or not the application ended the
+// fallen one first. (The soak's hang-up test checks the exports and the end.)
 TEST_F(LinkLifecycleTest, PhoneHangingUpEndsTheOperationAndTheLink) {
     const struct {
         bool writeHeld;  // the worker is blocked in a write when the line goes
         bool endFirst;   // the application ends the fallen link before a new start
-    } cases[] = {{false, true}, {false, false}, {true, true}};
+    } cases[] = {{false, false}, {true, true}};
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.writeHeld) + std::to_string(c.endFirst));
         FakePhone dying;
@@ -88,9 +87,6 @@ TEST_F(LinkLifecycleTest, PhoneHangingUpEndsTheOperationAndTheLink) {
         EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_TIMED_OUT});
         EXPECT_TRUE(window.Quiet(20));
         EXPECT_EQ(velk_ReadMidInfo(), 0);
-        MidInfoRecord* info = nullptr;
-        EXPECT_EQ(velk_GetMidInfo(&info), 0);
-        EXPECT_EQ(velk_CancelCurrentAction(), 0);
         if (c.endFirst) {
             int32_t ended = 0;
             EXPECT_LT(MillisecondsOf([&] { ended = velk_EndThread(); }), 1000);

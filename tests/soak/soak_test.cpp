@@ -22,11 +22,9 @@
 #include <thread>
 #include <vector>
 
+#include "e2e/e2e_link.h"
 #include "phone_sim/phone_simulator.h"
-#include "platform/tick_clock.h"
 #include "support/process_resources.h"
-#include "support/window_reader.h"
-#include "velkport.h"
 
 namespace velk::test {
 namespace {
@@ -35,10 +33,8 @@ using phonesim::PhoneSimulator;
 using phonesim::PhoneStore;
 using phonesim::SimulatorOptions;
 using Clock = std::chrono::steady_clock;
-using Messages = std::vector<uint32_t>;
 
 constexpr uint8_t kPort = 9;
-constexpr std::size_t kFrame = PhoneStore::kFrameLength;
 
 enum Kind { kToneInfo, kToneRead, kToneWrite, kImageInfo, kImageRead, kImageWrite, kKinds };
 enum Fault { kHealthy, kRefusing, kSilent, kHangingUp, kFaults };
@@ -63,23 +59,10 @@ int EnvCount(const char* name, int fallback) {
     return value > 0 ? value : fallback;
 }
 
-bool IsFinal(uint32_t message) {
-    return message >= VELK_MSG_MID_INFO_REFUSED && message <= VELK_MSG_ANIM_READ_REFUSED;
-}
-
-std::string Text(const uint8_t* data, std::size_t size) {
-    return data == nullptr ? "<none>" : std::string(reinterpret_cast<const char*>(data), size);
-}
-
 // Tries `request` until the link takes it: the final message of an operation
 // may go out just before the link takes requests again.
 bool Take(const std::function<int32_t()>& request) {
-    const auto until = Clock::now() + std::chrono::seconds(3);
-    while (request() != 1) {
-        if (Clock::now() > until) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    return Eventually([&] { return request() == 1; });
 }
 
 // One operation on tone slot or image `number`; `name` and `body` are what a
@@ -90,28 +73,14 @@ int32_t Request(Kind kind, uint8_t number, const std::string& name, std::string&
             return velk_ReadMidInfo();
         case kToneRead:
             return velk_ReadMid(number);
-        case kToneWrite: {
-            MidRecord tone{};
-            tone.id = number;
-            tone.nameLength = static_cast<uint16_t>(name.copy(tone.name, sizeof tone.name));
-            tone.size = static_cast<uint16_t>(body.size());
-            tone.data = reinterpret_cast<uint8_t*>(body.data());
-            return velk_WriteMid(tone);
-        }
+        case kToneWrite:
+            return velk_WriteMid(ToneRecord(number, name, body));
         case kImageInfo:
             return velk_ReadAnimInfo();
         case kImageRead:
             return velk_ReadAnim(number);
-        default: {
-            AnimRecord image{};
-            image.id = number;
-            image.nameLength = static_cast<uint8_t>(name.copy(image.name, sizeof image.name));
-            image.size = static_cast<uint16_t>(body.size());
-            image.data = reinterpret_cast<uint8_t*>(body.data());
-            image.animParamFirst = 25;
-            image.animParamLast = static_cast<uint8_t>(body.size() / kFrame);
-            return velk_WriteAnim(image);
-        }
+        default:
+            return velk_WriteAnim(ImageRecord(number, name, body));
     }
 }
 

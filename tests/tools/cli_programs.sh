@@ -88,17 +88,6 @@ tr 0123456789ABCDEF FEDCBA9876543210 <"$work/f" >"$work/written"
 expect_exit 0 --device "$device" image-put 2 Anim "$work/written"
 expect_exit 0 --device "$device" image-get 2 -o "$work/g"
 cmp -s "$work/written" "$work/g" || fail "the image read back differs from the one written"
-cat "$work/store/frame-51.txt" "$work/store/frame-52.txt" "$work/store/frame-53.txt" \
-    >"$work/stored"
-cmp -s "$work/written" "$work/stored" || fail "the store does not hold the frames written"
-grep -q '"name": "Anim"' "$work/store/index.json" || fail "the store does not name the image Anim"
-stop_phone
-
-# A phone that refuses the tone read.
-start_phone --refuse AT+RNGR=
-expect_exit 4 --device "$device" tone-get 7
-grep -q "the phone refused AT+RNGR= (slot 7)" "$work/err" ||
-    fail "the refusal's sentence: $(cat "$work/err")"
 stop_phone
 
 exit $((failures > 0))
