@@ -8,6 +8,8 @@ ATCommandBlock* AllocCommandBlock() {
     return static_cast<ATCommandBlock*>(std::calloc(1, sizeof(ATCommandBlock)));
 }
 
-void FreeCommandBlock(ATCommandBlock* block) { std::free(block); }
+void FreeCommandBlock(ATCommandBlock* block) {
+    std::free(block);
+}
 
 }  // namespace velk

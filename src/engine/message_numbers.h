@@ -32,14 +32,14 @@ inline constexpr uint32_t AT_MSG_LINE_RECEIVED = 32764;
 inline constexpr uint32_t AT_MSG_LINK_DOWN = 32766;
 
 // Command ids the transfers send.
-inline constexpr int32_t kCmdToneRead = 152;      // AT+RNGR=
-inline constexpr int32_t kCmdToneWrite = 154;     // AT+RNGW=
-inline constexpr int32_t kCmdImageRead = 157;     // AT+IMGR=
-inline constexpr int32_t kCmdImageWrite = 159;    // AT+IMGW=
-inline constexpr int32_t kCmdToneInfo = 236;      // AT+RNGI
-inline constexpr int32_t kCmdImageInfo = 237;     // AT+IMGINF
-inline constexpr int32_t kCmdAttention = 239;     // AT
-inline constexpr int32_t kCmdEchoOff = 240;       // ATE0
+inline constexpr int32_t kCmdToneRead = 152;    // AT+RNGR=
+inline constexpr int32_t kCmdToneWrite = 154;   // AT+RNGW=
+inline constexpr int32_t kCmdImageRead = 157;   // AT+IMGR=
+inline constexpr int32_t kCmdImageWrite = 159;  // AT+IMGW=
+inline constexpr int32_t kCmdToneInfo = 236;    // AT+RNGI
+inline constexpr int32_t kCmdImageInfo = 237;   // AT+IMGINF
+inline constexpr int32_t kCmdAttention = 239;   // AT
+inline constexpr int32_t kCmdEchoOff = 240;     // ATE0
 
 // Result ids the transfer thread acts on.
 inline constexpr int32_t kResultToneInfo = 151;

@@ -9,7 +9,7 @@
 namespace velk {
 
 class WorkerControl {
-public:
+  public:
     virtual ~WorkerControl() = default;
     // Starts the worker and opens the link; 1 when the link stands, else 0.
     // On 0 nothing of the link is left running.

@@ -26,8 +26,7 @@ VELK_CHECK(anim_info_name_length, offsetof(AnimInfoRecord, nameLength) == 20);
 VELK_CHECK(anim_info_number1, offsetof(AnimInfoRecord, infoNumber1) == 22);
 VELK_CHECK(anim_info_number5, offsetof(AnimInfoRecord, infoNumber5) == 30);
 VELK_CHECK(anim_info_ranges, offsetof(AnimInfoRecord, frameRanges) == 32);
-VELK_CHECK(anim_info_count,
-           offsetof(AnimInfoRecord, frameRangeCount) == 32 + sizeof(uint16_t*));
+VELK_CHECK(anim_info_count, offsetof(AnimInfoRecord, frameRangeCount) == 32 + sizeof(uint16_t*));
 
 VELK_CHECK(anim_name_length, offsetof(AnimRecord, nameLength) == 1);
 VELK_CHECK(anim_name, offsetof(AnimRecord, name) == 2);

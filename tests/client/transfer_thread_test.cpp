@@ -70,6 +70,7 @@ class ScriptedWorker : public WorkerControl {
         const bool command = m.message > kCommandMessageBase && m.wParam == kRequestParam;
         return command ? BlockOf(m) : nullptr;
     }
+    // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): result, then the command it ends
     static void Post(ThreadId controller, int32_t resultId, int32_t command, const char* text) {
         ATCommandBlock* result = AllocCommandBlock();
         result->resultId = resultId;

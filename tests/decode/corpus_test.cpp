@@ -148,6 +148,7 @@ Expected Stored(const std::string& store, int32_t index) {
 Expected StoresSet(int32_t used, int32_t total) {
     return {29, [=](F& r) { r.messageStoresSet = {used, total, used, total, used, total}; }};
 }
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the fields in the line's order
 Expected Delivered(const char* state, const char* originator, const char* alpha, const char* time) {
     return {62, [=](F& r) {
                 auto& h = r.messageDeliverHeader;

@@ -31,6 +31,7 @@ int RunChild(const std::string& device) {
     std::vector<std::string> variables{"VELK_E2E_DEVICE=" + device};
     for (char** entry = environ; *entry != nullptr; ++entry) variables.emplace_back(*entry);
     std::vector<char*> envp;
+    envp.reserve(variables.size() + 1);
     for (std::string& v : variables) envp.push_back(v.data());
     envp.push_back(nullptr);
     char program[] = "/proc/self/exe";
@@ -61,6 +62,7 @@ uint32_t ChildNextMessage(int readFd) {
 
 // An operation, a close and a new start on the same device, then a cancel,
 // whose restart opens it once more.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): a pipe's two ends, as pipe() gives them
 int RunSession(int readFd, int writeFd) {
     if (velk_BeginThread(writeFd, kPhonePort, kPhoneBaud, kXonXoff) != 1) return 10;
     if (velk_ReadMidInfo() != 1) return 11;

@@ -71,6 +71,7 @@ class WorkerThreadTest : public ::testing::Test {
         cv_.wait_for(lock, 2s, [&] { return sent_.size() >= count; });
         return sent_;
     }
+    // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): a command, then its slot
     void Send(int32_t commandId, uint8_t slot = 0) {
         ATCommandBlock* block = AllocCommandBlock();
         block->commandId = commandId;

@@ -27,6 +27,7 @@ std::string ShmPath(const std::string& queue) {
     return "/dev/shm/" + QueueObjectName(QueueObject::kMapping, queue.c_str());
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): a length, then a seed
 std::vector<uint8_t> Pattern(int length, uint8_t seed) {
     std::vector<uint8_t> bytes(static_cast<std::size_t>(length));
     std::iota(bytes.begin(), bytes.end(), seed);

@@ -82,6 +82,7 @@ const Sample kPlainSamples[] = {
     {paramAddressType, "145", {paramText, paramNumber, paramAddressType}},
 };
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the row's types, then those a value fits
 uint32_t FirstFitting(const std::vector<uint32_t>& signature, const std::vector<uint32_t>& fits) {
     for (uint32_t t : signature) {
         if (std::find(fits.begin(), fits.end(), t) != fits.end()) return t;
@@ -95,6 +96,7 @@ class Grammar : public ::testing::Test {
 
     // Classifies `+<head>: <param>` as a line from the idle phone; the
     // message heads are reached through their selectors.
+    // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): head, then parameter text
     const ATResponseRecord& Classify(const std::string& head, const std::string& param) {
         const std::string sent = head.starts_with("CMGL")   ? "CMGL"
                                  : head.starts_with("CMGR") ? "CMGR"

@@ -23,7 +23,7 @@ class ReceiveQueueTest : public ::testing::Test {
 // with its terminator, the pop into the caller's buffer, and the reader's
 // take without a copy, which keeps a zero byte (the reader decides).
 TEST_F(ReceiveQueueTest, LinesLeaveWholeInTheOrderTheyCame) {
-    const std::string binary("+IMGR: 1,\"a\0b\"\r\n", 17);
+    const std::string binary("+IMGR: 1,\"a\0b\"\r\n", 16);
     Push("+RNGI: \"a\",1\r\n");
     Push(binary);
     Push("OK\r\n");

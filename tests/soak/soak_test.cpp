@@ -334,7 +334,7 @@ TEST_F(Soak, EveryOperationEndsOnceReadsMatchThePhoneAndTheHeapStaysFlat) {
     // The library keeps the last record of each kind: a little growth, never
     // one that comes with every operation.
     if (start[0] != 0) {
-        EXPECT_LT(end[0], start[0] + 256 * 1024) << "the heap grew over the run";
+        EXPECT_LT(end[0], start[0] + 256UL * 1024) << "the heap grew over the run";
     }
 }
 
