@@ -18,10 +18,7 @@ void CATResponseList::Restart() noexcept {
     // The text's room stays: the next line is copied into it without an
     // allocation of its own.
     ATResponseRecord& first = *records_[0];
-    std::string text = std::move(first.text);
-    text.clear();
-    first = ATResponseRecord{};
-    first.text = std::move(text);
+    ResetKeepingRoom(first);
 }
 
 }  // namespace velk

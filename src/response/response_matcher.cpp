@@ -197,11 +197,7 @@ void CATResponseMatcher::ResetRecord(ATResponseRecord& record) {
     record.lineLength = 0;
     record.kind = kindNone;
     record.responseCode = kNoResponseCode;
-    // The first node keeps the room of its text for the next line.
-    std::string text = std::move(record.firstParam.text);
-    text.clear();
-    record.firstParam = ATResponseParam{};
-    record.firstParam.text = std::move(text);
+    ResetKeepingRoom(record.firstParam);
     record.allLegal = 1;
     record.outOfTurn = 0;
 }

@@ -46,10 +46,7 @@ ATResponseParam* NewNode() {
     if (node == nullptr) return new ATResponseParam();
     spareNodes = node->next;
     --spareCount;
-    std::string text = std::move(node->text);
-    text.clear();
-    *node = ATResponseParam{};
-    node->text = std::move(text);
+    ResetKeepingRoom(*node);
     return node;
 }
 

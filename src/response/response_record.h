@@ -17,6 +17,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 namespace velk {
 
@@ -71,5 +72,15 @@ struct ATResponseRecord {
     // Number of nodes, firstParam included.
     std::size_t ParamCount() const noexcept;
 };
+
+// Puts a record or a parameter back to its reset state but keeps the room of
+// its text, so that the next line is read without an allocation.
+template <typename Item>
+void ResetKeepingRoom(Item& item) {
+    std::string text = std::move(item.text);
+    text.clear();
+    item = Item{};
+    item.text = std::move(text);
+}
 
 }  // namespace velk
