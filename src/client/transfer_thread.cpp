@@ -123,6 +123,7 @@ void CATTransferThread::Run() {
     threadId_ = EnsureThreadQueue();
     BlockSignalsOnThisThread();
     LowerThisThreadPriority();
+    NameThisThread("velk-transfer");
     queueReady_.Set();
     for (;;) {
         ThreadMessage message;

@@ -82,6 +82,7 @@ ThreadId CATWorkerThread::Launch() {
     thread_ = std::thread([this, &ready] {
         BlockSignalsOnThisThread();
         LowerThisThreadPriority();
+        NameThisThread("velk-worker");
         const ThreadId self = EnsureThreadQueue();
         threadId_.store(self);
         ready.set_value(self);

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -208,6 +209,12 @@ void LowerThisThreadPriority() {
     if (errno != 0) return;
     // Failure (no permission, a limit) leaves the thread as it is.
     (void)setpriority(PRIO_PROCESS, static_cast<id_t>(tid), current + 1);
+}
+
+void NameThisThread(const char* name) {
+    char bounded[16];
+    std::snprintf(bounded, sizeof bounded, "%s", name);
+    (void)pthread_setname_np(pthread_self(), bounded);
 }
 
 }  // namespace velk

@@ -72,4 +72,8 @@ void BlockSignalsOnThisThread();
 // Lowers the calling thread by one nice step where the system allows it.
 void LowerThisThreadPriority();
 
+// Names the calling thread, as `top -H`, `ps -L` and debuggers show it; the
+// system keeps the first 15 bytes.
+void NameThisThread(const char* name);
+
 }  // namespace velk

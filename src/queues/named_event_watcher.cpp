@@ -29,6 +29,7 @@ void CNamedEventWatcher::Stop() {
 
 void CNamedEventWatcher::Run(uint64_t seen) {
     BlockSignalsOnThisThread();
+    NameThisThread("velk-watcher");
     while (event_->WaitForEdge(seen, stopping_)) {
         if (stopping_.load()) break;
         onSignalled_();

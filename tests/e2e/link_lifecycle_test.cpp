@@ -7,7 +7,12 @@
 
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <future>
+#include <set>
+#include <string>
+
+#include <gmock/gmock.h>
 
 #include "e2e_link.h"
 #include "support/process_resources.h"
@@ -15,15 +20,20 @@
 namespace velk::test {
 namespace {
 
-// Threads of this process that run one nice step below the calling one.
-std::size_t ThreadsOneStepLower() {
+// The names of the threads of this process that run one nice step below the
+// calling one.
+std::multiset<std::string> ThreadsOneStepLower() {
     const int own = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
-    std::size_t count = 0;
+    std::multiset<std::string> names;
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
         const auto tid = static_cast<id_t>(std::stoi(task.path().filename()));
-        count += getpriority(PRIO_PROCESS, tid) == own + 1 ? 1 : 0;
+        if (getpriority(PRIO_PROCESS, tid) != own + 1) continue;
+        std::ifstream comm(task.path() / "comm");
+        std::string name;
+        std::getline(comm, name);
+        names.insert(name);
     }
-    return count;
+    return names;
 }
 
 using LinkLifecycleTest = PhoneLinkTest;
@@ -47,7 +57,8 @@ TEST_F(LinkLifecycleTest, StartSendsNothingAndTheEndLeavesNoThreadNorDescriptor)
     ASSERT_EQ(Begin(), 1);
     EXPECT_TRUE(window.Quiet(50));
     EXPECT_EQ(phone.ReceivedBytes(), "");
-    EXPECT_GE(ThreadsOneStepLower(), 3u) << "transfer thread, worker and serial reader";
+    EXPECT_THAT(ThreadsOneStepLower(),
+                ::testing::IsSupersetOf({"velk-transfer", "velk-worker", "velk-reader"}));
     ASSERT_EQ(velk_ReadMidInfo(), 1);
     EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
 
