@@ -135,18 +135,27 @@ void CloseThreadQueue(const std::function<void(const ThreadMessage&)>& disposeLe
 
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): wParam before lParam, as ever
 bool PostThreadMessage(ThreadId target, uint32_t message, uintptr_t wParam, intptr_t lParam) {
+    return PostThreadMessages(target, message, wParam, lParam, 1) == 1;
+}
+
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): wParam before lParam, as ever
+std::size_t PostThreadMessages(ThreadId target, uint32_t message, uintptr_t wParam, intptr_t lParam,
+                               std::size_t count) {
     Queue* queue = t_postTargets.Find(target);
-    if (queue == nullptr) return false;
+    if (queue == nullptr || count == 0) return 0;
+    std::size_t queued = 0;
     {
         std::lock_guard<std::mutex> hold(queue->mutex);
-        if (queue->closed || queue->messages.size() >= kMaxQueuedMessages) return false;
-        queue->messages.push_back({message, wParam, lParam});
+        if (queue->closed) return 0;
+        for (; queued < count && queue->messages.size() < kMaxQueuedMessages; ++queued) {
+            queue->messages.push_back({message, wParam, lParam});
+        }
         queue->Count();
     }
     // Woken once the lock is free, the receiver takes the message at once
     // instead of waking only to wait for the lock again.
-    queue->cv.notify_one();
-    return true;
+    if (queued > 0) queue->cv.notify_one();
+    return queued;
 }
 
 bool ThreadQueueAlive(ThreadId target) {

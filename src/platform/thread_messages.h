@@ -47,6 +47,11 @@ void CloseThreadQueue(const std::function<void(const ThreadMessage&)>& disposeLe
 // or unknown.
 bool PostThreadMessage(ThreadId target, uint32_t message, uintptr_t wParam, intptr_t lParam);
 
+// Queues `count` copies of one message for thread `target` at once, as many
+// as there is room for, and wakes it once. Returns how many were queued.
+std::size_t PostThreadMessages(ThreadId target, uint32_t message, uintptr_t wParam, intptr_t lParam,
+                               std::size_t count);
+
 // Looks at the first queued message of the calling thread whose number lies in
 // [first, last] (both 0: any). When `remove` is set it is taken off the queue.
 // False when there is none.

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "engine/message_numbers.h"
 #include "platform/look_before_sleeping.h"
@@ -124,11 +125,12 @@ void CSerialLink::ResetReceive() {
     receivePaused_.store(0);
 }
 
-void CSerialLink::PostToWorker(uint32_t message) {
-    for (;;) {
+void CSerialLink::PostToWorker(uint32_t message, std::size_t count) {
+    while (count > 0) {
         const ThreadId worker = workerThreadId_.load();
         if (worker == kNoThread || !ThreadQueueAlive(worker)) return;
-        if (PostThreadMessage(worker, message, 0, 0)) return;
+        count -= PostThreadMessages(worker, message, 0, 0, count);
+        if (count == 0) return;
         // While stopping, the worker may be the caller itself, or about to
         // end: waiting for room could wait for ever.
         if (stopRequested_.load()) return;
@@ -188,6 +190,11 @@ void CSerialLink::ReaderLoop() {
             std::lock_guard<std::mutex> receive(receiveMutex_);
             count = ReadTtyPort(fd, chunk.data(), chunk.size());
             if (count > 0) assembler_.Feed(chunk.data(), static_cast<std::size_t>(count));
+            // The lines of one chunk are announced together, each with a
+            // message of its own: told line by line, the worker would take
+            // each as it came and contend with this thread for the queues'
+            // locks, so that a burst of lines crossed at a few a wake-up.
+            PostToWorker(AT_MSG_LINE_RECEIVED, std::exchange(linesUnannounced_, 0));
         }
         if (count < 0) {
             FailLink();
@@ -199,7 +206,7 @@ void CSerialLink::ReaderLoop() {
 
 void CSerialLink::OnLine(const char* line, uint32_t length) {
     ++linesHandedOn_;
-    if (PushLine(line, length) != 0) PostToWorker(AT_MSG_LINE_RECEIVED);
+    if (PushLine(line, length) != 0) ++linesUnannounced_;
 }
 
 bool CSerialLink::CloseAll() {

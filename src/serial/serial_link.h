@@ -52,9 +52,10 @@ class CSerialLink {
     // are dropped. Called once, right after StartLink.
     void ResetReceive();
 
-    // Posts `message` to the worker, retrying every 50 ms while its queue is
-    // full, until it is taken, the worker is gone, or the link is stopping.
-    void PostToWorker(uint32_t message);
+    // Posts `message` to the worker `count` times, retrying every 50 ms
+    // while its queue is full, until all are taken, the worker is gone, or
+    // the link is stopping.
+    void PostToWorker(uint32_t message, std::size_t count = 1);
 
     // The failure path, on the reader thread when the port hangs up or
     // fails: tells the worker, wakes a waiting writer and closes the link.
@@ -102,7 +103,8 @@ class CSerialLink {
     std::atomic<uint32_t> receivePaused_{0};
     std::atomic<bool> stopRequested_{false};
     LineAssembler assembler_;
-    uint64_t linesHandedOn_ = 0;  // the reader's own count of the lines it assembled
+    uint64_t linesHandedOn_ = 0;        // the reader's own count of the lines it assembled
+    std::size_t linesUnannounced_ = 0;  // queued from this chunk, not yet posted
 
     std::atomic<TtyFault> lastFault_{TtyFault::kNone};
     std::atomic<int> lastError_{0};

@@ -45,15 +45,17 @@ TEST(ThreadMessages, KeepsOrderAndFiltersByRange) {
     });
 }
 
-TEST(ThreadMessages, PostFailsWhenFullClosedOrUnknownAndCloseHandsBackTheRest) {
+TEST(ThreadMessages, PostsFailWhenFullClosedOrUnknownAndCloseHandsBackTheRest) {
     ThreadId id = kNoThread;
     int disposed = 0;
     std::thread([&] {
         id = EnsureThreadQueue();
-        for (std::size_t i = 0; i < kMaxQueuedMessages; ++i) {
-            ASSERT_TRUE(PostThreadMessage(id, 1, 0, 0));
-        }
+        const std::size_t half = kMaxQueuedMessages / 2;
+        for (std::size_t i = 0; i < half; ++i) ASSERT_TRUE(PostThreadMessage(id, 1, 0, 0));
+        EXPECT_EQ(PostThreadMessages(id, 1, 0, 0, kMaxQueuedMessages), kMaxQueuedMessages - half)
+            << "a batch takes what room there is";
         EXPECT_FALSE(PostThreadMessage(id, 1, 0, 0));
+        EXPECT_EQ(PostThreadMessages(id, 1, 0, 0, 3), 0u);
         ThreadMessage m;
         ASSERT_TRUE(PeekThreadMessage(m));
         EXPECT_TRUE(PostThreadMessage(id, 1, 0, 0));
