@@ -164,11 +164,17 @@ void CATTransferThread::OnImagePart(const ATCommandBlock& block) {
         animReadText.clear();
         animReadStarted = true;
     }
-    std::string piece = "\"";
-    piece.append(line.text, strnlen(line.text, sizeof line.text));
-    piece += '"';
-    if (line.part == 1) piece.erase(0, std::min(kFirstPartDrop, piece.size()));
-    animReadText += piece;
+    // The part goes on as '"' text '"', straight onto the image's text; a
+    // frame's first part without its first kFirstPartDrop characters.
+    std::size_t drop = line.part == 1 ? kFirstPartDrop : 0;
+    const auto keep = [this, &drop](std::string_view piece) {
+        const std::size_t skip = std::min(drop, piece.size());
+        animReadText.append(piece.substr(skip));
+        drop -= skip;
+    };
+    keep("\"");
+    keep(std::string_view(line.text, strnlen(line.text, sizeof line.text)));
+    keep("\"");
 }
 
 void CATTransferThread::OnImageFrameDone() {
