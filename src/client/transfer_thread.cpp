@@ -121,9 +121,7 @@ CATTransferThread::~CATTransferThread() {
 
 void CATTransferThread::Run() {
     threadId_ = EnsureThreadQueue();
-    BlockSignalsOnThisThread();
-    LowerThisThreadPriority();
-    NameThisThread("velk-transfer");
+    SetUpLinkThread("velk-transfer");
     queueReady_.Set();
     for (;;) {
         ThreadMessage message;

@@ -80,9 +80,7 @@ ThreadId CATWorkerThread::Launch() {
     std::promise<ThreadId> ready;
     std::future<ThreadId> id = ready.get_future();
     thread_ = std::thread([this, &ready] {
-        BlockSignalsOnThisThread();
-        LowerThisThreadPriority();
-        NameThisThread("velk-worker");
+        SetUpLinkThread("velk-worker");
         const ThreadId self = EnsureThreadQueue();
         threadId_.store(self);
         ready.set_value(self);

@@ -226,4 +226,10 @@ void NameThisThread(const char* name) {
     (void)pthread_setname_np(pthread_self(), bounded);
 }
 
+void SetUpLinkThread(const char* name) {
+    BlockSignalsOnThisThread();
+    LowerThisThreadPriority();
+    NameThisThread(name);
+}
+
 }  // namespace velk

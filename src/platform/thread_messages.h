@@ -81,4 +81,8 @@ void LowerThisThreadPriority();
 // system keeps the first 15 bytes.
 void NameThisThread(const char* name);
 
+// What each thread of a link does first: blocks the signals, lowers itself
+// one step and takes its name.
+void SetUpLinkThread(const char* name);
+
 }  // namespace velk

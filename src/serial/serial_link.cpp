@@ -164,9 +164,7 @@ int CSerialLink::WritePort(const char* bytes, std::size_t count) {
 }
 
 void CSerialLink::ReaderLoop() {
-    BlockSignalsOnThisThread();
-    LowerThisThreadPriority();
-    NameThisThread("velk-reader");
+    SetUpLinkThread("velk-reader");
     // Both stay open until this thread has ended or has closed them itself.
     const int fd = portFd_.load();
     const int stopFd = stop_.Fd();
