@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 
 #include "platform/string_ops.h"
 #include "response/param_validators.h"
@@ -64,22 +65,61 @@ std::size_t NextMark(std::string_view text, std::size_t from) {
     return from;
 }
 
+// Every mark and every blank is below this byte; so are the quote and CR.
+constexpr unsigned char kFirstByteAboveMarks = 0x2E;
+constexpr std::size_t kWord = sizeof(uint64_t);
+
+// Whether one of the eight bytes of `word` is below kFirstByteAboveMarks. A
+// byte below the limit wraps round when the limit is taken from it and gets
+// its top bit; a byte from 0x80 up had that bit already and is masked out.
+// A borrow only ever starts at a byte below the limit, so the answer is exact.
+bool AnyByteBelowMarks(uint64_t word) {
+    constexpr uint64_t kOnes = 0x0101010101010101;
+    constexpr uint64_t kTops = 0x8080808080808080;
+    return ((word - kOnes * kFirstByteAboveMarks) & ~word & kTops) != 0;
+}
+
+// Whether the bytes at `at` and after it break the normal form: a blank next
+// to a mark, or "-", "(" or ")" twice in a row.
+bool BreaksNormalForm(std::string_view work, std::size_t at) {
+    if (at + 1 >= work.size()) return false;
+    const uint8_t here = KindOf(work[at]);
+    const uint8_t next = KindOf(work[at + 1]);
+    if (here == kMarkByte) {
+        return next == kBlankByte || (work[at] != ',' && work[at + 1] == work[at]);
+    }
+    return here == kBlankByte && next == kMarkByte;
+}
+
 // True when normalising `work` would change nothing: no blank at either end
 // or next to a mark, no "-", "(" or ")" twice in a row. Most phones send
-// their parameters so.
+// their parameters so. Only a mark or a blank can start a pair that breaks
+// the form, and a long value (the hex text of an image part) has none, so
+// eight bytes without one are passed over in one test.
 bool AlreadyNormal(std::string_view work) {
     if (work.empty()) return true;
     if (KindOf(work.front()) == kBlankByte || KindOf(work.back()) == kBlankByte) return false;
-    for (std::size_t i = 0; i + 1 < work.size(); ++i) {
-        const uint8_t here = KindOf(work[i]);
-        const uint8_t next = KindOf(work[i + 1]);
-        if (here == kMarkByte &&
-            (next == kBlankByte || (work[i] != ',' && work[i + 1] == work[i]))) {
-            return false;
+    std::size_t at = 0;
+    while (at < work.size()) {
+        if (work.size() - at >= kWord) {
+            uint64_t word;
+            std::memcpy(&word, work.data() + at, kWord);
+            if (!AnyByteBelowMarks(word)) {
+                at += kWord;
+                continue;
+            }
         }
-        if (here == kBlankByte && next == kMarkByte) return false;
+        for (const std::size_t end = std::min(at + kWord, work.size()); at < end; ++at) {
+            if (KindOf(work[at]) != kPlainByte && BreaksNormalForm(work, at)) return false;
+        }
     }
     return true;
+}
+
+// The length of the text before its first CR or LF.
+std::size_t BeforeLineEnd(std::string_view text) {
+    const std::string_view beforeCr = text.substr(0, text.find('\r'));
+    return std::min(beforeCr.find('\n'), beforeCr.size());
 }
 
 // `piece` without white space at either end.
@@ -100,9 +140,7 @@ std::string NormaliseParameters(std::string_view text) {
 void NormaliseParameters(std::string_view text, std::string& out) {
     // The parameters end at the first CR or LF. The pieces are views of the
     // text, and `out` keeps its room from line to line.
-    std::size_t end = 0;
-    while (end < text.size() && text[end] != '\r' && text[end] != '\n') ++end;
-    const std::string_view work = text.substr(0, end);
+    const std::string_view work = text.substr(0, BeforeLineEnd(text));
     out.clear();
     out.reserve(work.size() + 1);
     if (AlreadyNormal(work)) {
