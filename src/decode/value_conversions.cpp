@@ -26,17 +26,20 @@ void CopyCut(char* dest, std::size_t destSize, const std::string& text, std::siz
 
 }  // namespace
 
-int32_t ParamToInt(std::string text) {
-    std::erase(text, ' ');
-    if (text.empty()) return kOmitted;
-    if (!std::all_of(text.begin(), text.end(), IsDigit)) return kOmitted;
-    int64_t value = 0;
+int32_t ParamToInt(std::string_view text) {
+    // Read in place: every number of every reply line comes through here.
     constexpr int64_t top = std::numeric_limits<int32_t>::max();
+    int64_t value = 0;
+    bool anyDigit = false;
     for (char c : text) {
-        value = value * 10 + (c - '0');
-        if (value > top) return static_cast<int32_t>(top);
+        if (c == ' ') continue;
+        if (!IsDigit(c)) return kOmitted;
+        anyDigit = true;
+        // Held just above the top, so that it cannot grow further.
+        value = std::min(value * 10 + (c - '0'), top + 1);
     }
-    return static_cast<int32_t>(value);
+    if (!anyDigit) return kOmitted;
+    return static_cast<int32_t>(std::min(value, top));
 }
 
 void ParamToText32(char* dest, std::size_t destSize, const std::string& text) {

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "engine/result_forms.h"
@@ -27,7 +28,7 @@ inline constexpr std::size_t kNameFieldSize = 10;
 // The value of a text of decimal digits, blanks anywhere ignored. An empty
 // text or any other character (a sign included) gives 65535, so no negative
 // number comes out. Values beyond the 32-bit range stop at its top.
-int32_t ParamToInt(std::string text);
+int32_t ParamToInt(std::string_view text);
 
 // Copies a text of at most 32 characters into `dest`, cut to destSize - 1
 // characters and terminated. A longer text leaves `dest` as it was.

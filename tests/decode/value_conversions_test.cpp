@@ -14,7 +14,7 @@ TEST(ParamToInt, ReadsDigitsAndRefusesEverythingElse) {
     const std::pair<const char*, int32_t> rows[] = {
         {"12", 12}, {" 12 ", 12}, {"1 2", 12}, {"0", 0}, {"", 65535}, {"   ", 65535},
         {"-1", 65535}, {"+5", 65535}, {"1A", 65535}, {"1.5", 65535}, {"\xB2", 65535},
-        {"2147483647", 2147483647}, {"99999999999", 2147483647}};
+        {"2147483647", 2147483647}, {"99999999999", 2147483647}, {"99999999999x", 65535}};
     // clang-format on
     for (const auto& [text, value] : rows) EXPECT_EQ(ParamToInt(text), value) << '"' << text << '"';
 }
