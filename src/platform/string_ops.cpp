@@ -1,8 +1,6 @@
 #include "platform/string_ops.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
 
 namespace velk {
 namespace {
@@ -11,21 +9,6 @@ std::size_t Clamp(std::string_view text, int count) {
     if (count <= 0) return 0;
     return std::min(text.size(), static_cast<std::size_t>(count));
 }
-
-// A set of bytes as a bit table: testing a byte of the text is one lookup,
-// where searching the set afresh for every byte would cost a call each, and
-// the walkers of reply lines test every byte of every line.
-class ByteSet {
-  public:
-    explicit ByteSet(std::string_view set) {
-        for (char c : set) bits_[Index(c) / 64] |= uint64_t{1} << (Index(c) % 64);
-    }
-    bool Has(char c) const { return ((bits_[Index(c) / 64] >> (Index(c) % 64)) & 1) != 0; }
-
-  private:
-    static unsigned Index(char c) { return static_cast<unsigned char>(c); }
-    std::array<uint64_t, 4> bits_{};
-};
 
 std::size_t FirstIn(std::string_view text, const ByteSet& set) {
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -66,7 +49,11 @@ std::string SpanExcluding(std::string_view text, std::string_view set) {
 std::string_view SpanExcludingView(std::string_view text, std::string_view set) {
     // One mark, as for the end of a quoted value, is a byte search.
     if (set.size() == 1) return text.substr(0, text.find(set[0]));
-    return text.substr(0, FirstIn(text, ByteSet(set)));
+    return SpanExcludingView(text, ByteSet(set));
+}
+
+std::string_view SpanExcludingView(std::string_view text, const ByteSet& set) {
+    return text.substr(0, FirstIn(text, set));
 }
 
 std::string TrimLeft(std::string_view text, std::string_view set) {
@@ -92,10 +79,6 @@ std::string TrimRight(std::string_view text) {
 int Find(std::string_view text, std::string_view part) {
     const std::size_t at = text.find(part);
     return at == std::string_view::npos ? -1 : static_cast<int>(at);
-}
-
-bool Equal(std::string_view a, std::string_view b) {
-    return a == b;
 }
 
 }  // namespace velk

@@ -6,6 +6,8 @@
 // The results are new strings, so a result never refers into a temporary.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -26,9 +28,28 @@ std::string Right(std::string_view text, int count);
 // does. An empty set spans the whole text.
 std::string SpanExcluding(std::string_view text, std::string_view set);
 
+// A set of bytes as a bit table: testing a byte of a text is one lookup,
+// where searching the set afresh for every byte would cost a call each. The
+// walkers of reply lines, which test every byte of every line against the
+// same few sets, build theirs once.
+class ByteSet {
+  public:
+    constexpr explicit ByteSet(std::string_view set) {
+        for (char c : set) bits_[Index(c) / 64] |= uint64_t{1} << (Index(c) % 64);
+    }
+    constexpr bool Has(char c) const {
+        return ((bits_[Index(c) / 64] >> (Index(c) % 64)) & 1) != 0;
+    }
+
+  private:
+    static constexpr unsigned Index(char c) { return static_cast<unsigned char>(c); }
+    std::array<uint64_t, 4> bits_{};
+};
+
 // The same span as a view into `text`, for walkers that copy it where it is
 // kept; it is only valid while `text` is.
 std::string_view SpanExcludingView(std::string_view text, std::string_view set);
+std::string_view SpanExcludingView(std::string_view text, const ByteSet& set);
 
 // `text` without every leading (TrimLeft) or trailing (TrimRight) byte that
 // occurs in `set`, in any order and any number.
@@ -45,16 +66,18 @@ int Find(std::string_view text, std::string_view part);
 
 // True when `text` holds `part` anywhere.
 inline bool Contains(std::string_view text, std::string_view part) {
-    return Find(text, part) >= 0;
+    return text.find(part) != std::string_view::npos;
 }
 
 // Byte-for-byte equality: upper and lower case differ, and a zero byte is a
 // byte like any other.
-bool Equal(std::string_view a, std::string_view b);
+inline bool Equal(std::string_view a, std::string_view b) {
+    return a == b;
+}
 
 // True when `text` begins with `prefix`.
 inline bool BeginsWith(std::string_view text, std::string_view prefix) {
-    return Equal(Left(text, static_cast<int>(prefix.size())), prefix);
+    return Equal(text.substr(0, prefix.size()), prefix);
 }
 
 }  // namespace velk

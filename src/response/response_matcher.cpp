@@ -148,7 +148,7 @@ int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string
 
     if (ClassifyLine(current, line) == 0) return Report(kReportHeadError, current.text);
 
-    const std::string lineHead = SpanExcluding(line, ":=");
+    const std::string lineHead(SpanExcludingView(line, kHeadEnds));
     for (const ExpectedHead& q : kFixedHeadQueries) {
         if (!Equal(command, q.command)) continue;
         if (current.kind != kindHeadLine || !Equal(lineHead, q.head)) {
@@ -169,7 +169,8 @@ int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string
 
     // The head the command asks for: "AT+CPBR=1" and "AT+CPBR=?" both expect
     // "+CPBR"; a dial text has no "+" and stays as it is.
-    std::string expected = SpanExcluding(command, "=?\r");
+    static constexpr ByteSet kCommandHeadEnds("=?\r");
+    std::string expected(SpanExcludingView(command, kCommandHeadEnds));
     if (Contains(expected, "+")) expected = TrimLeft(expected, "AT");
     // Plain text lines belong to the command: the text behind a "+CMGR" head
     // line, the headless answer to "AT+CGMI".

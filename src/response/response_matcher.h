@@ -17,10 +17,14 @@
 #include <string>
 #include <string_view>
 
+#include "platform/string_ops.h"
 #include "response/response_grammar.h"
 #include "response/response_record.h"
 
 namespace velk {
+
+// A reply head ends at the first of these: "+CPBR: 1,..." or "+CMGS=...".
+inline constexpr ByteSet kHeadEnds(":=");
 
 // Texts of the reports, byte for byte as the transfer thread and its client
 // expect them; "%s" stands for the line or text reported.

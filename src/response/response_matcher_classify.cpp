@@ -45,7 +45,7 @@ std::string CATResponseMatcher::MatchUnsolicited(std::string_view lineText) {
     current.outOfTurn = 1;
     current.text.assign(lineText);
 
-    std::string head = SpanExcluding(lineText, ":=");
+    std::string head(SpanExcludingView(lineText, kHeadEnds));
     current.lineLength = static_cast<uint32_t>(lineText.size() - head.size());
 
     for (std::string_view event : kBareEvents) {
@@ -80,14 +80,15 @@ int CATResponseMatcher::ClassifyLine(ATResponseRecord& record, std::string_view 
 //   +<HEAD>: <param>,<param>,...      or      +<HEAD>=<param>,...
 int CATResponseMatcher::ParseHead(ATResponseRecord& record, std::string_view lineText) {
     const std::string_view body = lineText.substr(1);
-    if (!Contains(body, ":") && !Contains(body, "=")) {
+    const std::string_view headText = SpanExcludingView(body, kHeadEnds);
+    if (headText.size() == body.size()) {
         record.firstParam.legal = 0;
         record.allLegal = 0;
         record.firstParam.text.assign(body);
         record.firstParam.lastIndex = static_cast<int32_t>(body.size()) - 1;
         return 0;
     }
-    const std::string bareHead = TrimRight(TrimLeft(SpanExcluding(body, ":=")));
+    const std::string bareHead = TrimRight(TrimLeft(headText));
     // Heads too long or of the wrong form ("+CME ERROR" from the idle state)
     // are not looked up and draw no report.
     if (IsValidHead(bareHead) == 0) return 0;

@@ -220,7 +220,8 @@ void WalkParameters(std::string_view rest, ATResponseRecord& record,
                 break;
             }
             default: {
-                const std::string_view value = SpanExcludingView(remaining, ",-)\r");
+                static constexpr ByteSet kPlainValueEnds(",-)\r");
+                const std::string_view value = SpanExcludingView(remaining, kPlainValueEnds);
                 const uint32_t type = FirstPassingType(value, row.plainCount, row.plainTypes);
                 FillValue(*node, record, value, type);
                 const std::size_t width = value.size();
