@@ -19,14 +19,20 @@ constexpr std::array<std::string_view, 12> kStorageNames = {"BM", "ME", "SM", "F
 constexpr std::array<std::string_view, 5> kMessageStatuses = {"REC UNREAD", "REC READ",
                                                               "STO UNSENT", "STO SENT", "ALL"};
 
+// The bytes each type allows, as tables: every byte of every value is tested.
+constexpr ByteSet kDialChars("0123456789,/:+-");
+constexpr ByteSet kNumberStringChars("0123456789-+");
+constexpr ByteSet kNumberChars("0123456789.-");
+constexpr ByteSet kHeadChars("ABCDEFGHIJKLMNOPQRSTUVWXYZ ");
+
 // Every byte of `text` occurs in `allowed`. Bytes above 127 never do, since
 // the sets are plain ASCII.
-bool AllIn(std::string_view text, std::string_view allowed) {
-    return text.find_first_not_of(allowed) == std::string_view::npos;
+bool AllIn(std::string_view text, const ByteSet& allowed) {
+    return std::all_of(text.begin(), text.end(), [&allowed](char c) { return allowed.Has(c); });
 }
 
 bool OneOf(std::string_view text, std::string_view allowed) {
-    return text.size() == 1 && AllIn(text, allowed);
+    return text.size() == 1 && Contains(allowed, text);
 }
 
 template <std::size_t N>
@@ -50,7 +56,7 @@ bool IsStorage(std::string_view t) {
 
 bool IsDialString(std::string_view t) {
     if (t.empty()) return false;
-    return AllIn(Unquoted(t), "0123456789,/:+-");
+    return AllIn(Unquoted(t), kDialChars);
 }
 
 bool IsText(std::string_view t) {
@@ -60,7 +66,7 @@ bool IsText(std::string_view t) {
 bool IsNumberString(std::string_view t) {
     if (t.empty()) return false;
     const std::string_view u = Unquoted(t);
-    return !u.empty() && u.size() <= kMaxNumberLength && AllIn(u, "0123456789-+");
+    return !u.empty() && u.size() <= kMaxNumberLength && AllIn(u, kNumberStringChars);
 }
 
 bool IsFlag(std::string_view t) {
@@ -68,7 +74,7 @@ bool IsFlag(std::string_view t) {
 }
 
 bool IsNumber(std::string_view t) {
-    return !t.empty() && t.size() <= kMaxNumberLength && AllIn(t, "0123456789.-");
+    return !t.empty() && t.size() <= kMaxNumberLength && AllIn(t, kNumberChars);
 }
 
 bool IsDigit04(std::string_view t) {
@@ -109,7 +115,7 @@ int ValidateParam(std::string_view text, uint32_t typeCode) {
 
 int IsValidHead(std::string_view head) {
     if (head.empty() || head.size() > kMaxHeadLength) return 0;
-    return AllIn(head, "ABCDEFGHIJKLMNOPQRSTUVWXYZ ") ? 1 : 0;
+    return AllIn(head, kHeadChars) ? 1 : 0;
 }
 
 }  // namespace velk
