@@ -148,6 +148,23 @@ void ATResponseRecord::ReleaseParams() noexcept {
     }
 }
 
+void ResetKeepingRoom(ATResponseParam& param) {
+    // Assigning from an empty text keeps the room that the text has.
+    static const ATResponseParam kFresh;
+    param = kFresh;
+}
+
+void ResetKeepingRoom(ATResponseRecord& record) {
+    record.ReleaseParams();
+    record.text.clear();
+    record.lineLength = 0;
+    record.kind = kindNone;
+    record.responseCode = kNoResponseCode;
+    ResetKeepingRoom(record.firstParam);
+    record.allLegal = 1;
+    record.outOfTurn = 0;
+}
+
 std::size_t ATResponseRecord::ParamCount() const noexcept {
     std::size_t count = 0;
     for (const ATResponseParam* p = &firstParam; p != nullptr; p = p->next) ++count;

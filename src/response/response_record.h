@@ -73,14 +73,10 @@ struct ATResponseRecord {
     std::size_t ParamCount() const noexcept;
 };
 
-// Puts a record or a parameter back to its reset state but keeps the room of
-// its text, so that the next line is read without an allocation.
-template <typename Item>
-void ResetKeepingRoom(Item& item) {
-    std::string text = std::move(item.text);
-    text.clear();
-    item = Item{};
-    item.text = std::move(text);
-}
+// Put a parameter or a record back to its reset state but keep the room of
+// its text, so that the next line is read without an allocation. Every node
+// of every line passes here, so neither builds a fresh item to move from.
+void ResetKeepingRoom(ATResponseParam& param);
+void ResetKeepingRoom(ATResponseRecord& record);
 
 }  // namespace velk

@@ -213,10 +213,21 @@ TEST(ResponseList, HandsOutEveryIndexAndRestartsFresh) {
     ATResponseRecord& first = list.GetRecord(0);
     first.AppendParam(first.firstParam);
     first.text = "old";
+    first.lineLength = 4;
+    first.kind = kindOk;
+    first.responseCode = 7;
+    first.firstParam.text = "stale";
+    first.allLegal = 0;
+    first.outOfTurn = 1;
     list.Restart();
     EXPECT_EQ(list.Size(), 1u);
-    EXPECT_EQ(list.GetRecord(0).text, "");
-    EXPECT_EQ(list.GetRecord(0).ParamCount(), 1u);
+    const ATResponseRecord& restarted = list.GetRecord(0);
+    const ATResponseRecord reset;
+    EXPECT_EQ(std::tie(restarted.text, restarted.lineLength, restarted.kind, restarted.responseCode,
+                       restarted.firstParam.text, restarted.allLegal, restarted.outOfTurn),
+              std::tie(reset.text, reset.lineLength, reset.kind, reset.responseCode,
+                       reset.firstParam.text, reset.allLegal, reset.outOfTurn));
+    EXPECT_EQ(restarted.ParamCount(), 1u);
 }
 
 }  // namespace
