@@ -194,13 +194,7 @@ void CATResponseMatcher::PostError(std::string_view text) {
 }
 
 void CATResponseMatcher::ResetRecord(ATResponseRecord& record) {
-    record.ReleaseParams();
-    record.lineLength = 0;
-    record.kind = kindNone;
-    record.responseCode = kNoResponseCode;
-    ResetKeepingRoom(record.firstParam);
-    record.allLegal = 1;
-    record.outOfTurn = 0;
+    ResetAllButText(record);
 }
 
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): pattern first, as printf

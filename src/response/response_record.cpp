@@ -155,8 +155,12 @@ void ResetKeepingRoom(ATResponseParam& param) {
 }
 
 void ResetKeepingRoom(ATResponseRecord& record) {
-    record.ReleaseParams();
+    ResetAllButText(record);
     record.text.clear();
+}
+
+void ResetAllButText(ATResponseRecord& record) {
+    record.ReleaseParams();
     record.lineLength = 0;
     record.kind = kindNone;
     record.responseCode = kNoResponseCode;

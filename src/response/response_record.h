@@ -79,4 +79,7 @@ struct ATResponseRecord {
 void ResetKeepingRoom(ATResponseParam& param);
 void ResetKeepingRoom(ATResponseRecord& record);
 
+// The same for every field of a record but its text, which stays as it is.
+void ResetAllButText(ATResponseRecord& record);
+
 }  // namespace velk
