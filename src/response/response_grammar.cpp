@@ -102,16 +102,29 @@ const ResponseGrammarRow responseGrammarTable[kGrammarRowCount] = {
 
 namespace {
 
+// Heads ordered by length first and bytes second: most comparisons of a
+// search are settled by the length alone, without looking at a byte.
+bool HeadBefore(std::string_view a, std::string_view b) {
+    return a.size() != b.size() ? a.size() < b.size() : a < b;
+}
+
+struct IndexEntry {
+    std::string_view head;
+    const ResponseGrammarRow* row;
+};
+
 // The rows ordered by head, each head's rows in table order, so that a binary
 // search finds the same row as a search from the top. Every reply line looks
 // its head up here.
-using RowIndex = std::array<const ResponseGrammarRow*, kGrammarRowCount>;
+using RowIndex = std::array<IndexEntry, kGrammarRowCount>;
 
 RowIndex BuildRowIndex() {
     RowIndex index{};
-    for (std::size_t i = 0; i < kGrammarRowCount; ++i) index[i] = &responseGrammarTable[i];
-    std::stable_sort(index.begin(), index.end(), [](const auto* a, const auto* b) {
-        return std::string_view(a->head) < std::string_view(b->head);
+    for (std::size_t i = 0; i < kGrammarRowCount; ++i) {
+        index[i] = {responseGrammarTable[i].head, &responseGrammarTable[i]};
+    }
+    std::stable_sort(index.begin(), index.end(), [](const IndexEntry& a, const IndexEntry& b) {
+        return HeadBefore(a.head, b.head);
     });
     return index;
 }
@@ -122,8 +135,8 @@ const ResponseGrammarRow* FindGrammarRow(std::string_view head) {
     static const RowIndex index = BuildRowIndex();
     const auto it = std::lower_bound(
         index.begin(), index.end(), head,
-        [](const ResponseGrammarRow* row, std::string_view h) { return row->head < h; });
-    return it != index.end() && Equal((*it)->head, head) ? *it : nullptr;
+        [](const IndexEntry& entry, std::string_view h) { return HeadBefore(entry.head, h); });
+    return it != index.end() && Equal(it->head, head) ? it->row : nullptr;
 }
 
 }  // namespace velk
