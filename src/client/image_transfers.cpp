@@ -166,15 +166,13 @@ void CATTransferThread::OnImagePart(const ATCommandBlock& block) {
     }
     // The part goes on as '"' text '"', straight onto the image's text; a
     // frame's first part without its first kFirstPartDrop characters.
-    std::size_t drop = line.part == 1 ? kFirstPartDrop : 0;
-    const auto keep = [this, &drop](std::string_view piece) {
-        const std::size_t skip = std::min(drop, piece.size());
-        animReadText.append(piece.substr(skip));
-        drop -= skip;
-    };
-    keep("\"");
-    keep(std::string_view(line.text, strnlen(line.text, sizeof line.text)));
-    keep("\"");
+    const std::size_t start = animReadText.size();
+    animReadText += '"';
+    animReadText.append(line.text, strnlen(line.text, sizeof line.text));
+    animReadText += '"';
+    if (line.part == 1) {
+        animReadText.erase(start, std::min(kFirstPartDrop, animReadText.size() - start));
+    }
 }
 
 void CATTransferThread::OnImageFrameDone() {
