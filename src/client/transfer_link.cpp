@@ -1,11 +1,11 @@
 // Start-up and close-down of the link on CATTransferThread, run on the
 // client's thread by velk_BeginThread and velk_EndThread: the thread, the
 // worker behind it, and what the thread leaves when its loop ends.
-#include <chrono>
 
 #include "client/transfer_thread.h"
 #include "engine/message_numbers.h"
 #include "engine/worker_control.h"
+#include "platform/post_until_taken.h"
 #include "platform/window_sink.h"
 
 namespace velk {
@@ -43,10 +43,7 @@ int CATTransferThread::StopWorkerLink() {
     if (workerStarted) StopWorker();
     // The worker posts AT_MSG_STOPPED before it ends; when there was none,
     // or it fell silent, the stop comes from here. A second one is never read.
-    while (thread_.joinable() && ThreadQueueAlive(threadId_) &&
-           !PostThreadMessage(threadId_, AT_MSG_STOPPED, kResultParam, 0)) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
+    if (thread_.joinable()) PostUntilTaken(threadId_, AT_MSG_STOPPED, kResultParam, 0);
     if (thread_.joinable()) thread_.join();
     return 1;
 }

@@ -81,16 +81,6 @@ constexpr uint32_t kAfterOpening[] = {
     kMsgSendImageInfo,   // kStateImageInfo
 };
 
-void FreeResultBlock(ATCommandBlock* block) {
-    if (!block) return;
-    // The image-information list is the one thing a result block owns.
-    if (block->resultId == kResultImageInfo) {
-        delete block->result.imageInfo.frameRanges;
-        block->result.imageInfo.frameRanges = nullptr;
-    }
-    FreeCommandBlock(block);
-}
-
 // A result message carries its block as the lParam integer.
 ATCommandBlock* ResultBlockOf(const ThreadMessage& message) {
     if (message.wParam != kResultParam || message.message == AT_MSG_STOPPED) return nullptr;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/post_until_taken.h"
 #include "response/response_record.h"
 
 namespace velk {
@@ -22,8 +23,5 @@ struct DecoderState {
     // The parameter node being read; valid only during a decoder call.
     const ATResponseParam* paramCursor = nullptr;
 };
-
-// Blocks that fail to post at once are posted again after this pause.
-inline constexpr uint32_t kPostRetryPauseMs = 50;
 
 }  // namespace velk

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "engine/message_numbers.h"
+
 namespace velk {
 
 ATCommandBlock* AllocCommandBlock() {
@@ -10,6 +12,16 @@ ATCommandBlock* AllocCommandBlock() {
 
 void FreeCommandBlock(ATCommandBlock* block) {
     std::free(block);
+}
+
+void FreeResultBlock(ATCommandBlock* block) {
+    if (block == nullptr) return;
+    // The image-information list is the one thing a result block owns.
+    if (block->resultId == kResultImageInfo) {
+        delete block->result.imageInfo.frameRanges;
+        block->result.imageInfo.frameRanges = nullptr;
+    }
+    FreeCommandBlock(block);
 }
 
 }  // namespace velk

@@ -27,5 +27,8 @@ ATCommandBlock* AllocCommandBlock();
 // Returns a block to the heap; nullptr is ignored. Does not touch what the
 // block points to (an image-information list must be released first).
 void FreeCommandBlock(ATCommandBlock* block);
+// Returns a result block with what it owns: the frame list of an
+// image-information block. nullptr is ignored.
+void FreeResultBlock(ATCommandBlock* block);
 
 }  // namespace velk

@@ -1,9 +1,7 @@
 #include "engine/thread_ids.h"
 
-#include <chrono>
-#include <thread>
-
 #include "engine/message_numbers.h"
+#include "platform/post_until_taken.h"
 
 namespace velk {
 
@@ -11,24 +9,11 @@ std::atomic<ThreadId> controllerThreadId{kNoThread};
 std::atomic<ThreadId> workerThreadId{kNoThread};
 
 void PostResultBlock(ATCommandBlock* block, uint32_t retryPauseMs) {
-    for (;;) {
-        ThreadId target = controllerThreadId.load();
-        if (PostThreadMessage(target, MessageForId(block->resultId), kResultParam,
-                              reinterpret_cast<intptr_t>(block))) {
-            return;
-        }
-        if (!ThreadQueueAlive(target)) {
-            // Nobody is left to own the block.
-            if (block->resultId == kResultImageInfo) delete block->result.imageInfo.frameRanges;
-            FreeCommandBlock(block);
-            return;
-        }
-        if (retryPauseMs != 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(retryPauseMs));
-        } else {
-            std::this_thread::yield();
-        }
-    }
+    const std::size_t lost =
+        PostUntilTaken(controllerThreadId, MessageForId(block->resultId), kResultParam,
+                       reinterpret_cast<intptr_t>(block), 1, PostRetry{retryPauseMs});
+    // Nobody is left to own the block.
+    if (lost != 0) FreeResultBlock(block);
 }
 
 }  // namespace velk

@@ -14,8 +14,8 @@ extern std::atomic<ThreadId> workerThreadId;
 
 // Posts a result block to the transfer thread as message 1224 + resultId,
 // wParam 1, repeating until the post succeeds with `retryPauseMs` between
-// tries (0: no pause). The number is worked out again from the block on each
-// try. Gives up, freeing the block, only when no transfer thread exists.
+// tries (0: no pause). Gives up, freeing the block, only when no transfer
+// thread exists.
 void PostResultBlock(ATCommandBlock* block, uint32_t retryPauseMs);
 
 // The block that a command or result message carries as its lParam integer.

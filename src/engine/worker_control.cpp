@@ -1,7 +1,6 @@
 #include "engine/worker_control.h"
 
 #include <atomic>
-#include <chrono>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -9,6 +8,7 @@
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
 #include "engine/worker_thread.h"
+#include "platform/post_until_taken.h"
 #include "serial/serial_link.h"
 
 namespace velk {
@@ -20,8 +20,6 @@ std::atomic<WorkerControl*> g_standIn{nullptr};
 // transfer thread (or the thread ending the link), one at a time.
 std::mutex g_workerMutex;
 std::unique_ptr<CATWorkerThread> g_pWorkerThread;
-
-constexpr uint32_t kStopRetryPauseMs = 50;
 
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the order of StartWorker
 int StartRealWorker(ThreadId controller, uint8_t port, uint32_t baudRate, bool softwareFlow) {
@@ -50,9 +48,7 @@ void StopRealWorker() {
     // Wake a write held up by flow control before asking the worker to stop.
     CSerialLink::Instance().RequestStop();
     // A worker whose link fell has ended already: its queue is gone.
-    while (!PostThreadMessage(id, AT_MSG_STOP, 0, 0) && ThreadQueueAlive(id)) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(kStopRetryPauseMs));
-    }
+    PostUntilTaken(id, AT_MSG_STOP, 0, 0);
     g_pWorkerThread->Join();
     g_pWorkerThread.reset();
     // A link that fell by itself left its reader thread ended but not yet

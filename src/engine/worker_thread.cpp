@@ -1,12 +1,12 @@
 #include "engine/worker_thread.h"
 
-#include <chrono>
 #include <future>
 
 #include "decode/solicited_decoder.h"
 #include "decode/unsolicited_decoder.h"
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
+#include "platform/post_until_taken.h"
 #include "platform/shared_memory.h"
 #include "platform/tick_clock.h"
 #include "queues/queue_object_names.h"
@@ -17,7 +17,6 @@ namespace {
 
 constexpr int kQueueCapacity = 20;
 constexpr int kQueueDataSize = 3000;
-constexpr uint32_t kStopRetryPauseMs = 50;
 
 bool IsControlMessage(uint32_t number) {
     switch (number) {
@@ -44,15 +43,6 @@ void OpenSharedQueue(CSharedQueue& queue, const char* name) {
         queue.Open(name, kQueueCapacity, kQueueDataSize);
     } else {
         queue.Create(name, kQueueCapacity, kQueueDataSize);
-    }
-}
-
-// Posts to `target` until it is taken, with a pause between tries; gives up
-// only when the target's queue is gone.
-void PostUntilTaken(ThreadId target, uint32_t message, uintptr_t wParam) {
-    while (!PostThreadMessage(target, message, wParam, 0)) {
-        if (!ThreadQueueAlive(target)) return;
-        std::this_thread::sleep_for(std::chrono::milliseconds(kStopRetryPauseMs));
     }
 }
 
@@ -95,7 +85,7 @@ void CATWorkerThread::Join() {
 
 void CATWorkerThread::EndSilently() {
     silentEnd_.store(true);
-    PostUntilTaken(threadId_.load(), AT_MSG_STOPPED, 0);
+    PostUntilTaken(threadId_.load(), AT_MSG_STOPPED, 0, 0);
 }
 
 void CATWorkerThread::RunWorkerLoop() {
@@ -144,7 +134,7 @@ bool CATWorkerThread::HandleMessage(const ThreadMessage& message) {
             }
             return true;
         case AT_MSG_LINK_DOWN:
-            PostUntilTaken(threadId_.load(), AT_MSG_STOPPED, 0);
+            PostUntilTaken(threadId_.load(), AT_MSG_STOPPED, 0, 0);
             return true;
         case AT_MSG_STOPPED:
             EndThread();
@@ -193,7 +183,8 @@ void CATWorkerThread::OnLineReceived() {
 void CATWorkerThread::EndThread() {
     parkedCommands.Clear();
     emptyWatcher_.Stop();
-    if (!silentEnd_.load()) PostUntilTaken(controllerThreadId.load(), AT_MSG_STOPPED, kResultParam);
+    if (!silentEnd_.load())
+        PostUntilTaken(controllerThreadId.load(), AT_MSG_STOPPED, kResultParam, 0);
     // Commands still queued carry blocks that nobody else will free.
     CloseThreadQueue([](const ThreadMessage& m) {
         if (!IsControlMessage(m.message) && m.lParam != 0) {

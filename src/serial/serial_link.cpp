@@ -9,14 +9,12 @@
 
 #include "engine/message_numbers.h"
 #include "platform/look_before_sleeping.h"
+#include "platform/post_until_taken.h"
 #include "serial/port_devices.h"
 #include "serial/receive_queue.h"
 
 namespace velk {
 namespace {
-
-// A worker whose queue is full gets this long to make room before the next try.
-constexpr auto kPostRetryPause = std::chrono::milliseconds(50);
 
 // One read takes at most what the port's input buffer holds.
 constexpr std::size_t kChunkSize = 8192;
@@ -126,16 +124,9 @@ void CSerialLink::ResetReceive() {
 }
 
 void CSerialLink::PostToWorker(uint32_t message, std::size_t count) {
-    while (count > 0) {
-        const ThreadId worker = workerThreadId_.load();
-        if (worker == kNoThread || !ThreadQueueAlive(worker)) return;
-        count -= PostThreadMessages(worker, message, 0, 0, count);
-        if (count == 0) return;
-        // While stopping, the worker may be the caller itself, or about to
-        // end: waiting for room could wait for ever.
-        if (stopRequested_.load()) return;
-        std::this_thread::sleep_for(kPostRetryPause);
-    }
+    // While stopping, the worker may be the caller itself, or about to end:
+    // waiting for room could wait for ever.
+    PostUntilTaken(workerThreadId_, message, 0, 0, count, PostRetry{.giveUp = &stopRequested_});
 }
 
 void CSerialLink::FailLink() {

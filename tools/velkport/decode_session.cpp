@@ -26,15 +26,6 @@ bool IsResultMessage(const ThreadMessage& message) {
 
 }  // namespace
 
-void FreeResultBlock(ATCommandBlock* block) {
-    if (block == nullptr) return;
-    if (block->resultId == kResultImageInfo) {
-        delete block->result.imageInfo.frameRanges;
-        block->result.imageInfo.frameRanges = nullptr;
-    }
-    FreeCommandBlock(block);
-}
-
 DecodeSession::DecodeSession(const DecodeSetup& setup, BlockSink sink)
     : sink_(std::move(sink)),
       readForm_(setup.readForm),

@@ -63,7 +63,4 @@ class DecodeSession {
     std::unique_ptr<CATWorkerThread> worker_;
 };
 
-// Frees a result block and the frame list an image-information block owns.
-void FreeResultBlock(ATCommandBlock* block);
-
 }  // namespace velk::cli
