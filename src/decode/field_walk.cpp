@@ -93,6 +93,7 @@ const ATResponseParam* ReadField(ATCommandBlock& block, const FieldEntry& entry,
     const std::string& text = cursor->text;
     switch (entry.kind) {
         case FieldKind::kSkip:
+        case FieldKind::kLength:
             break;
         case FieldKind::kInt:
             PutInt(block, entry.offset, ParamToInt(text));
@@ -107,6 +108,7 @@ const ATResponseParam* ReadField(ATCommandBlock& block, const FieldEntry& entry,
             ParamToText32(TextAt(block, entry.offset), entry.size, text);
             break;
         case FieldKind::kLongText:
+        case FieldKind::kBody:
             ParamToText256(TextAt(block, entry.offset), entry.size, text);
             break;
         case FieldKind::kLongTextLength:
@@ -176,6 +178,7 @@ const ATResponseParam* WalkFields(ATCommandBlock& block, const ATResponseParam* 
                                   FieldList fields) {
     for (const FieldEntry& entry : fields) {
         if (cursor == nullptr) break;
+        if (entry.kind == FieldKind::kLength) continue;
         cursor = ReadField(block, entry, cursor)->next;
     }
     return cursor;

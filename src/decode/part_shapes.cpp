@@ -1,6 +1,7 @@
 #include "decode/solicited_cases.h"
 
 #include <cstddef>
+#include <cstdint>
 
 #include "engine/result_forms.h"
 
@@ -27,10 +28,7 @@ constexpr FieldEntry kToneLater[] = {VELK_SKIP, VELK_SKIP,
                                      VELK_TEXT_LENGTH(ResultTonePart, text, textLength),
                                      VELK_BYTE(ResultTonePart, partCheck)};
 
-#define VELK_ANIM_PARAM                                                          \
-    FieldEntry {                                                                 \
-        FieldKind::kAnimParam, true, offsetof(ResultImagePart, animParam1), 0, 0 \
-    }
+#define VELK_ANIM_PARAM VELK_FIELD(kAnimParam, true, ResultImagePart, animParam1)
 
 constexpr FieldEntry kImageHead[] = {VELK_PART_HEAD(ResultImagePart)};
 constexpr FieldEntry kImageOnly[] = {VELK_BYTE(ResultImagePart, textLength), VELK_SKIP,
@@ -46,8 +44,8 @@ constexpr FieldEntry kImageLater[] = {VELK_SKIP, VELK_SKIP, VELK_ANIM_PARAM,
 constexpr FieldEntry kLogoHead[] = {
     VELK_BYTE(ResultLogoPart, index),
     VELK_BYTE(ResultLogoPart, logoType),
-    FieldEntry{FieldKind::kCodes, false, offsetof(ResultLogoPart, countryCode),
-               sizeof(ResultLogoPart::countryCode), offsetof(ResultLogoPart, networkCode)},
+    VELK_FIELD_NAMED(kCodes, false, ResultLogoPart, countryCode,
+                     offsetof(ResultLogoPart, networkCode), "countryCode"),
     VELK_BYTE(ResultLogoPart, totalParts),
     VELK_BYTE(ResultLogoPart, part),
 };
@@ -64,13 +62,27 @@ constexpr FieldEntry kLogoLater[] = {VELK_SKIP, VELK_SKIP, VELK_LONG(ResultLogoP
 #undef VELK_PART_HEAD
 #undef VELK_ANIM_PARAM
 
+constexpr PartShape kTonePart{kToneHead, offsetof(ResultTonePart, part), kToneOnly, kToneFirst,
+                              kToneLater};
+constexpr PartShape kImagePart{kImageHead, offsetof(ResultImagePart, part), kImageOnly, kImageFirst,
+                               kImageLater};
+constexpr PartShape kLogoPart{kLogoHead, offsetof(ResultLogoPart, part), kLogoOnly, kLogoFirst,
+                              kLogoLater};
+
+struct PartRow {
+    int32_t resultId;
+    const PartShape* shape;
+};
+
+constexpr PartRow kParts[] = {{153, &kTonePart}, {158, &kImagePart}, {162, &kLogoPart}};
+
 }  // namespace
 
-const PartShape kTonePart{kToneHead, offsetof(ResultTonePart, part), kToneOnly, kToneFirst,
-                          kToneLater};
-const PartShape kImagePart{kImageHead, offsetof(ResultImagePart, part), kImageOnly, kImageFirst,
-                           kImageLater};
-const PartShape kLogoPart{kLogoHead, offsetof(ResultLogoPart, part), kLogoOnly, kLogoFirst,
-                          kLogoLater};
+SolicitedForm PartForm(int32_t resultId) {
+    for (const PartRow& row : kParts) {
+        if (row.resultId == resultId) return {resultId, {}, row.shape};
+    }
+    return {};
+}
 
 }  // namespace velk

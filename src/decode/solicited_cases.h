@@ -1,10 +1,12 @@
 // The table of cases of the solicited decoder: for each command id that has an
-// information line, the result form its line fills.
+// information line, the result id its line gives; the form's fields come from
+// the table of result forms.
 #pragma once
 
 #include <cstdint>
 
 #include "decode/field_walk.h"
+#include "decode/result_form_table.h"
 #include "response/response_record.h"
 
 namespace velk {
@@ -27,10 +29,13 @@ struct SolicitedForm {
     const PartShape* part = nullptr;
 };
 
-// The shapes of the three part lines.
-extern const PartShape kTonePart;
-extern const PartShape kImagePart;
-extern const PartShape kLogoPart;
+// The form of `resultId` in `variant` with the fields a line fills; resultId
+// 0 when the table of result forms has no such form.
+SolicitedForm LineForm(int32_t resultId, FormVariant variant = FormVariant::kOnly);
+
+// The tone (153), image (158) or logo (162) part with its shape; resultId 0
+// for any other id.
+SolicitedForm PartForm(int32_t resultId);
 
 // The forms chosen by the process-wide selectors: a +CMGR line by
 // messageReadForm, a +CMGL line by messageListForm (a raw line is the body of

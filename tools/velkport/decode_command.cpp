@@ -6,7 +6,7 @@
 #include <ostream>
 #include <string_view>
 
-#include "velkport/block_printer.h"
+#include "decode/result_json.h"
 
 namespace velk::cli {
 
@@ -144,7 +144,7 @@ int RunDecode(CommandArgs args, const CommandIo& io) {
 
     DecodeSession session(options->setup,
                           [&io](const ATCommandBlock& block, const FormChoice& choice) {
-                              io.out << BlockToJson(block, choice) << '\n';
+                              io.out << ResultBlockToJson(block, choice) << '\n';
                           });
     std::string line;
     while (std::getline(io.in, line)) {

@@ -17,11 +17,11 @@
 #include <string>
 #include <string_view>
 
+#include "decode/result_json.h"
 #include "engine/command_block.h"
 #include "engine/worker_thread.h"
 #include "platform/thread_messages.h"
 #include "serial/line_assembler.h"
-#include "velkport/block_printer.h"
 
 namespace velk::cli {
 
