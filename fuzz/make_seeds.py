@@ -24,8 +24,8 @@ PER_HEAD = 2
 
 
 def catalogue():
-    text = (ROOT / "src/engine/command_catalogue.cpp").read_text()
-    return [(int(i), t) for i, t in re.findall(r'\{(\d+), "([^"]*)"', text)]
+    text = (ROOT / "src/engine/command_table.cpp").read_text()
+    return [(int(i), t) for i, t in re.findall(r'\{(\d+),\s+"([^"]*)"', text)]
 
 
 def command_id(entries, command):

@@ -1,31 +1,50 @@
-// The catalogue of commands: every command id that has an AT text, with that
-// text and the result ids that the solicited decoder gives for the
-// information lines of its reply. Ids from kFirstCommandId to kLastCommandId
-// that are not in the catalogue have no text: they send only the line end.
+// The catalogue: the rows of the command table that have an AT text, with the
+// result ids that the solicited decoder gives for the information lines of
+// their reply.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 
+#include "engine/command_table.h"
+
 namespace velk {
 
-inline constexpr int32_t kFirstCommandId = 13;
-inline constexpr int32_t kLastCommandId = 241;
+using CatalogueEntry = CommandRow;
 
-// The most result ids one command's reply can give (AT+CMGR=, AT+CMGL).
-inline constexpr size_t kMaxCatalogueResults = 4;
+// A view of the command table that passes over the rows without a text.
+class CatalogueRange {
+  public:
+    class Iterator {
+      public:
+        Iterator(const CommandRow* at, const CommandRow* end) : at_(at), end_(end) { SkipTextless(); }
+        const CommandRow& operator*() const { return *at_; }
+        Iterator& operator++() {
+            ++at_;
+            SkipTextless();
+            return *this;
+        }
+        bool operator==(const Iterator& other) const { return at_ == other.at_; }
 
-struct CatalogueEntry {
-    int32_t id;
-    const char* text;  // the AT text before any parameter
-    // Result ids of the information lines, 0 ending the list. An empty list:
-    // the command ends with its final reply alone.
-    std::array<int32_t, kMaxCatalogueResults> results;
+      private:
+        void SkipTextless() {
+            while (at_ != end_ && at_->text == nullptr) ++at_;
+        }
+        const CommandRow* at_;
+        const CommandRow* end_;
+    };
+
+    Iterator begin() const { return {rows_.data(), rows_.data() + rows_.size()}; }
+    Iterator end() const { return {rows_.data() + rows_.size(), rows_.data() + rows_.size()}; }
+
+  private:
+    std::span<const CommandRow> rows_ = CommandRows();
 };
 
 // All entries, ordered by id.
-std::span<const CatalogueEntry> CatalogueEntries();
+inline CatalogueRange CatalogueEntries() {
+    return {};
+}
 
 // The entry of `id`, or nullptr when the id has no text.
 const CatalogueEntry* FindCatalogueEntry(int32_t id);

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
 
-#include "engine/command_catalogue.h"
+#include "engine/command_table.h"
 #include "engine/text_fields.h"
 
 namespace velk {
@@ -401,47 +402,67 @@ void AddLogoChunk(RequestForms& r, std::string& line) {
 
 using AddParameters = void (*)(RequestForms&, std::string&);
 
-struct FormRow {
-    int32_t id;
+struct FormWriter {
+    RequestForm form;
     AddParameters add;
 };
 
-// Ids of the catalogue that are not here take no parameters: their line is
-// the AT text alone, whatever the block holds.
-constexpr FormRow kForms[] = {
-    {13, AddPhonebookRead},   {16, AddPhonebookStorage},
-    {18, AddPhonebookFind},   {21, AddPhonebookWrite},
-    {23, AddPhonebookDelete}, {24, AddMessageService},
-    {28, AddMessageMemories}, {32, AddBroadcastSelect},
-    {35, AddProfile},         {37, AddProfile},
-    {39, AddMessageCommand},  {41, AddOptionalMode},
-    {45, AddAddress},         {47, AddMessageParameters},
-    {49, AddShowHeader},      {52, AddIndications},
-    {61, AddIndex},           {65, AddAddress},
-    {67, AddStoredSend},      {69, AddMessageWrite},
-    {71, AddIndex},           {72, AddMode},
-    {76, AddOperator},        {82, AddPin},
-    {85, AddMeterReset},      {87, AddMeterMaximum},
-    {89, AddPricePerUnit},    {91, AddCharacterSet},
-    {94, AddMessageList},     {119, AddValue},
-    {133, AddValue},          {134, AddTextValue},
-    {135, AddValue},          {138, AddValue},
-    {140, AddMemory},         {141, AddTwoTextValues},
-    {143, AddTenValues},      {144, AddValuePair},
-    {145, AddValue},          {146, AddThreeIndications},
-    {147, AddValueText},      {148, AddValue},
-    {149, AddValue},          {150, AddTextValue},
-    {152, AddSlot},           {154, AddToneChunk},
-    {155, AddPlayChunk},      {157, AddSlot},
-    {159, AddImageChunk},     {161, AddSlot},
-    {163, AddLogoChunk},
+// One writer per request form of the command table, in the order of the
+// enumeration; a bare command has none.
+constexpr FormWriter kFormWriters[] = {
+    {RequestForm::kBare, nullptr},
+    {RequestForm::kPhonebookRead, AddPhonebookRead},
+    {RequestForm::kPhonebookStorage, AddPhonebookStorage},
+    {RequestForm::kPhonebookFind, AddPhonebookFind},
+    {RequestForm::kPhonebookWrite, AddPhonebookWrite},
+    {RequestForm::kPhonebookDelete, AddPhonebookDelete},
+    {RequestForm::kMessageService, AddMessageService},
+    {RequestForm::kMessageMemories, AddMessageMemories},
+    {RequestForm::kBroadcastSelect, AddBroadcastSelect},
+    {RequestForm::kProfile, AddProfile},
+    {RequestForm::kMessageCommand, AddMessageCommand},
+    {RequestForm::kOptionalMode, AddOptionalMode},
+    {RequestForm::kAddress, AddAddress},
+    {RequestForm::kMessageParameters, AddMessageParameters},
+    {RequestForm::kShowHeader, AddShowHeader},
+    {RequestForm::kIndications, AddIndications},
+    {RequestForm::kIndex, AddIndex},
+    {RequestForm::kStoredSend, AddStoredSend},
+    {RequestForm::kMessageWrite, AddMessageWrite},
+    {RequestForm::kMode, AddMode},
+    {RequestForm::kOperator, AddOperator},
+    {RequestForm::kPin, AddPin},
+    {RequestForm::kMeterReset, AddMeterReset},
+    {RequestForm::kMeterMaximum, AddMeterMaximum},
+    {RequestForm::kPricePerUnit, AddPricePerUnit},
+    {RequestForm::kCharacterSet, AddCharacterSet},
+    {RequestForm::kMessageList, AddMessageList},
+    {RequestForm::kMemory, AddMemory},
+    {RequestForm::kValue, AddValue},
+    {RequestForm::kTextValue, AddTextValue},
+    {RequestForm::kTwoTextValues, AddTwoTextValues},
+    {RequestForm::kTenValues, AddTenValues},
+    {RequestForm::kValuePair, AddValuePair},
+    {RequestForm::kValueText, AddValueText},
+    {RequestForm::kThreeIndications, AddThreeIndications},
+    {RequestForm::kSlot, AddSlot},
+    {RequestForm::kToneChunk, AddToneChunk},
+    {RequestForm::kImageChunk, AddImageChunk},
+    {RequestForm::kPlayChunk, AddPlayChunk},
+    {RequestForm::kLogoChunk, AddLogoChunk},
 };
 
-AddParameters FindForm(int32_t id) {
-    const auto* row = std::find_if(std::begin(kForms), std::end(kForms),
-                                   [id](const FormRow& r) { return r.id == id; });
-    return row != std::end(kForms) ? row->add : nullptr;
+constexpr bool EveryFormHasItsWriter() {
+    if (std::size(kFormWriters) != kRequestFormCount) return false;
+    for (size_t i = 0; i < std::size(kFormWriters); ++i) {
+        const bool bare = kFormWriters[i].form == RequestForm::kBare;
+        const bool hasWriter = kFormWriters[i].add != nullptr;
+        if (static_cast<size_t>(kFormWriters[i].form) != i || bare == hasWriter) return false;
+    }
+    return true;
 }
+// The writer of a form is found by its place in the table.
+static_assert(EveryFormHasItsWriter(), "kFormWriters must follow RequestForm, one writer each");
 
 }  // namespace
 
@@ -472,16 +493,13 @@ std::string EncodeQuotedBytes(const char* bytes, size_t count, size_t width) {
 
 std::string BuildCommandText(int32_t id, ATCommandBlock& block, int32_t& currentCommand) {
     std::string line;
-    if (id < kFirstCommandId || id > kLastCommandId) {
-        return line;
-    }
-    const char* head = CatalogueText(id);
-    if (head == nullptr) {
+    const CommandRow* row = FindCommandRow(id);
+    if (row == nullptr || row->text == nullptr) {
         return line;
     }
     currentCommand = id;
-    line = head;
-    if (AddParameters add = FindForm(id)) {
+    line = row->text;
+    if (AddParameters add = kFormWriters[static_cast<size_t>(row->form)].add) {
         add(block.request, line);
     }
     return line;

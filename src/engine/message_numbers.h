@@ -31,7 +31,8 @@ inline constexpr uint32_t AT_MSG_STOP = 1926;
 inline constexpr uint32_t AT_MSG_LINE_RECEIVED = 32764;
 inline constexpr uint32_t AT_MSG_LINK_DOWN = 32766;
 
-// Command ids the transfers send.
+// Command ids the transfers send, and below the results they act on; the
+// command table checks each against its row when it compiles.
 inline constexpr int32_t kCmdToneRead = 152;    // AT+RNGR=
 inline constexpr int32_t kCmdToneWrite = 154;   // AT+RNGW=
 inline constexpr int32_t kCmdImageRead = 157;   // AT+IMGR=

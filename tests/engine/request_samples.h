@@ -12,6 +12,8 @@
 
 namespace velk::samples {
 
+using namespace std::string_literals;
+
 using F = RequestForms;
 inline constexpr int32_t O = kOmitted;
 
@@ -149,6 +151,10 @@ inline const Row kRows[] = {
      "AT+RNGW=2,\"" + std::string(10, 'n') + "\",0,0,2,,," + std::string(129, 'b') + ",99"},
     {155, [](F& r) { r.playChunk = Play(3); r.playChunk.bodyLength = 200; std::memset(r.playChunk.body, 'p', 116); },
      "AT+RNGP=1,3," + std::string(116, 'p') + ",5"},
+    // A quote inside a text is not escaped; a zero byte inside a body is sent.
+    {18, [](F& r) { r.phonebookFind = {"say \"hi\""}; }, "AT+CPBF=\"say \"hi\"\""},
+    {154, [](F& r) { r.toneChunk = Tone(2); std::memcpy(r.toneChunk.body, "A\0C", 3); },
+     "AT+RNGW=2,\"Song\",0,0,2,,,A\0C,99"s},
 };
 // clang-format on
 
