@@ -340,7 +340,8 @@ static_assert(SortedById(), "the table of cases is searched by halves");
 
 }  // namespace
 
-SolicitedForm ChooseSolicitedForm(int32_t commandId, const ATResponseRecord& line) {
+SolicitedForm ChooseSolicitedForm(int32_t commandId, const ATResponseRecord& line,
+                                  const ReplySelectors& selectors) {
     const auto* found =
         std::lower_bound(std::begin(kCases), std::end(kCases), commandId,
                          [](const SolicitedCase& row, int32_t id) { return row.commandId < id; });
@@ -351,11 +352,11 @@ SolicitedForm ChooseSolicitedForm(int32_t commandId, const ATResponseRecord& lin
         case CaseStyle::kPart:
             return {found->resultId, {}, found->part};
         case CaseStyle::kMessageRead:
-            return MessageReadForm(line);
+            return MessageReadForm(line, selectors.messageReadForm);
         case CaseStyle::kMessageList:
-            return MessageListForm(line);
+            return MessageListForm(line, selectors.messageListForm);
         case CaseStyle::kServiceReply:
-            return ServiceReplyForm();
+            return ServiceReplyForm(selectors.serviceReplyKind);
     }
     return {};
 }

@@ -7,7 +7,6 @@
 #include "decode/field_walk.h"
 #include "engine/command_block.h"
 #include "engine/result_forms.h"
-#include "engine/thread_ids.h"
 
 namespace velk {
 namespace {
@@ -138,25 +137,24 @@ constexpr UnsolicitedHead kHeads[] = {
 
 }  // namespace
 
-void DecodeUnsolicitedResult(DecoderState& state, const ATResponseRecord& line) {
-    state.currentResult = 0;
+ResultBlockPtr DecodeUnsolicitedResult(std::string_view head, const ATResponseRecord& line) {
     const UnsolicitedHead* found = nullptr;
     for (const UnsolicitedHead& row : kHeads) {
-        if (row.head == state.replyText) {
+        if (row.head == head) {
             found = &row;
             break;
         }
     }
-    if (found == nullptr) return;
-    ATCommandBlock* block = AllocCommandBlock();
-    if (block == nullptr) return;
+    if (found == nullptr) return nullptr;
+    ResultBlockPtr block(AllocCommandBlock());
+    if (!block) return block;
 
     bool body = found->bodyId != 0 && line.firstParam.rawLine == 1;
     block->resultId = body ? found->bodyId : found->resultId;
-    state.currentResult = block->resultId;
-    state.paramCursor = &line.firstParam;
-    state.paramCursor = WalkFields(*block, state.paramCursor, body ? found->body : found->fields);
-    PostResultBlock(block, kPostRetryPauseMs);
+    // No form of a report holds an image parameter: nothing here gives an error.
+    ResultBlockPtr error;
+    WalkFields(*block, &line.firstParam, body ? found->body : found->fields, error);
+    return block;
 }
 
 }  // namespace velk

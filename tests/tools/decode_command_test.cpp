@@ -9,8 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "decode/solicited_decoder.h"
-
 namespace velk::cli {
 namespace {
 
@@ -25,8 +23,6 @@ Outcome Decode(const std::vector<std::string>& args, const std::string& input) {
     std::ostringstream out;
     std::ostringstream err;
     int code = RunDecode(args, CommandIo{in, out, err});
-    // The selectors are process-wide; leave them as the library starts.
-    SetMessageForms(0, 0);
     return {code, out.str(), err.str()};
 }
 
