@@ -117,8 +117,9 @@ class CATWorkerThread {
     uint32_t lastActivityTick = 0;
     ATCommandBlock* requestInHand = nullptr;
 
-    // The line just taken from the receive queue, and its classified record.
-    // Both keep their room from line to line.
+    // The line just taken from the receive queue (moved out of it, not
+    // copied), and its classified record, which keeps its room from line to
+    // line.
     std::string lineText_;
     ATResponseRecord lineRecord_;
 
