@@ -1,8 +1,8 @@
 // velk-bench-replies: the path of a reply line through the library on one
 // thread, with no phone and no waiting: the line assembler of the serial
-// reader, the receive queue and the worker's message, the response reader
-// and matcher, the solicited decoder and its result block, taken off the
-// transfer thread's queue and freed. Measures lines per second and heap
+// reader, the receive queue and the worker's message, the stages the worker
+// runs for each line (take, classify, decode, post), and the result block
+// taken off the transfer thread's queue and freed. Measures lines per second and heap
 // allocations per line for the typical lines of a phone-book read and an
 // image read, and prints them as rows of the benchmark table.
 #include <time.h>
@@ -20,6 +20,7 @@
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
 #include "platform/thread_messages.h"
+#include "response/response_matcher.h"
 #include "response/response_reader.h"
 #include "serial/line_assembler.h"
 #include "serial/receive_queue.h"
@@ -89,20 +90,19 @@ class ReplyPath {
               if (PushLine(line, length) != 0) {
                   PostThreadMessage(CurrentThreadId(), AT_MSG_LINE_RECEIVED, 0, 0);
               }
-          }) {
-        decoder_.currentCommand = load.commandId;
-        command_ = load.command;
-    }
+          }),
+          commandId_(load.commandId),
+          command_(load.command) {}
 
-    // One line from the bytes on the line to its freed result block. False
-    // when the line gave no result.
     // Allocations per stage of the path, summed over the lines.
     struct Stages {
         uint64_t assembly = 0;  // line assembly, receive queue, message to the worker
-        uint64_t reading = 0;   // response reader and matcher
+        uint64_t reading = 0;   // taking the line and matching it
         uint64_t decoding = 0;  // solicited decoder and its result block
     };
 
+    // One line from the bytes on the line to its freed result block, by the
+    // stages the worker runs. False when the line gave no result.
     bool Line(const std::string& bytes, Stages& stages) {
         uint64_t mark = AllocationCount();
         const auto count = [&mark](uint64_t& stage) {
@@ -117,14 +117,19 @@ class ReplyPath {
         while (PeekThreadMessage(message)) {
             count(stages.assembly);
             if (message.message == AT_MSG_LINE_RECEIVED) {
-                const int information = reader_.ReadSolicited(command_);
-                count(stages.reading);
-                if (information != 0) DecodeSolicitedResult(decoder_, reader_.lines.GetRecord(0));
-                count(stages.decoding);
+                while (reader_.TakeLine(lineText_)) {
+                    const ClassifiedLine line =
+                        MatchSolicited(command_, std::move(lineText_), selectors_, record_);
+                    count(stages.reading);
+                    if (line.role != LineRole::kInformation) continue;
+                    DecodedBlocks blocks = DecodeSolicitedResult(commandId_, record_, selectors_);
+                    if (blocks.result) PostResultBlock(blocks.result.release(), 0);
+                    count(stages.decoding);
+                }
             } else if (message.wParam == kResultParam) {
                 ATCommandBlock* block = BlockOf(message);
                 decoded = decoded || block->resultId != kResultError;
-                FreeCommandBlock(block);
+                FreeResultBlock(block);
                 count(stages.decoding);
             }
         }
@@ -134,8 +139,11 @@ class ReplyPath {
   private:
     LineAssembler assembler_;
     CATResponseReader reader_;
-    DecoderState decoder_;
+    int32_t commandId_;
     std::string command_;
+    ReplySelectors selectors_;
+    std::string lineText_;
+    ATResponseRecord record_;
 };
 
 struct Outcome {

@@ -4,10 +4,8 @@
 #include <cstring>
 #include <vector>
 
-#include "decode/decoder_state.h"
+#include "decode/result_blocks.h"
 #include "decode/value_conversions.h"
-#include "engine/message_numbers.h"
-#include "engine/thread_ids.h"
 
 namespace velk {
 namespace {
@@ -38,9 +36,10 @@ void PutCodes(ATCommandBlock& block, const FieldEntry& entry, const std::string&
     PutName(block, entry.lengthOffset, dash == std::string::npos ? "" : text.substr(dash + 1));
 }
 
-// The image parameter is three two-digit numbers, "250010". Anything else is
-// reported to the transfer thread and leaves the three numbers 0.
-void PutAnimParam(ATCommandBlock& block, uint16_t offset, const std::string& text) {
+// The image parameter is three two-digit numbers, "250010". Anything else
+// leaves the three numbers 0 and gives the error the transfer thread hears.
+void PutAnimParam(ATCommandBlock& block, uint16_t offset, const std::string& text,
+                  ResultBlockPtr& error) {
     // Six digits make the three numbers; read in place, as every image part
     // carries them.
     const auto digit = [](char c) { return c >= '0' && c <= '9'; };
@@ -51,11 +50,7 @@ void PutAnimParam(ATCommandBlock& block, uint16_t offset, const std::string& tex
         }
         return;
     }
-    ATCommandBlock* error = AllocCommandBlock();
-    if (error == nullptr) return;
-    error->resultId = kResultError;
-    ParamToText256(error->result.error.message, "animParam " + text + " is not right");
-    PostResultBlock(error, kPostRetryPauseMs);
+    error = ErrorBlock("animParam " + text + " is not right");
 }
 
 void PutWords(ATCommandBlock& block, uint16_t offset, const ATResponseParam* cursor) {
@@ -88,7 +83,7 @@ const ATResponseParam* FlattenGroups(const ATResponseParam* cursor, std::string&
 
 // Reads one field from `cursor`; returns the last node it took.
 const ATResponseParam* ReadField(ATCommandBlock& block, const FieldEntry& entry,
-                                 const ATResponseParam* cursor) {
+                                 const ATResponseParam* cursor, ResultBlockPtr& error) {
     if (entry.optional && cursor->omitted == 1) return cursor;
     const std::string& text = cursor->text;
     switch (entry.kind) {
@@ -124,7 +119,7 @@ const ATResponseParam* ReadField(ATCommandBlock& block, const FieldEntry& entry,
             PutCodes(block, entry, text);
             break;
         case FieldKind::kAnimParam:
-            if (cursor->omitted == 0) PutAnimParam(block, entry.offset, text);
+            if (cursor->omitted == 0) PutAnimParam(block, entry.offset, text, error);
             break;
         case FieldKind::kList:
         case FieldKind::kListNoCommas: {
@@ -175,11 +170,11 @@ const ATResponseParam* FlattenList(const ATResponseParam* cursor, bool commas, s
 }
 
 const ATResponseParam* WalkFields(ATCommandBlock& block, const ATResponseParam* cursor,
-                                  FieldList fields) {
+                                  FieldList fields, ResultBlockPtr& error) {
     for (const FieldEntry& entry : fields) {
         if (cursor == nullptr) break;
         if (entry.kind == FieldKind::kLength) continue;
-        cursor = ReadField(block, entry, cursor)->next;
+        cursor = ReadField(block, entry, cursor, error)->next;
     }
     return cursor;
 }

@@ -17,6 +17,7 @@
 #include <string_view>
 
 #include "engine/command_block.h"
+#include "engine/thread_ids.h"
 #include "response/response_record.h"
 
 namespace velk {
@@ -55,9 +56,11 @@ using FieldList = std::span<const FieldEntry>;
 
 // Fills `block` from `cursor` on, one field after another, and returns the
 // node behind the last one read (null at the end of the line). A length byte
-// takes no parameter: the name or text it belongs to fills it.
+// takes no parameter: the name or text it belongs to fills it. A field the
+// phone got wrong in a way the transfer thread must hear of (the image
+// parameter text) leaves its ResultError block in `error`.
 const ATResponseParam* WalkFields(ATCommandBlock& block, const ATResponseParam* cursor,
-                                  FieldList fields);
+                                  FieldList fields, ResultBlockPtr& error);
 
 // Flattens the parenthesised list that starts at `cursor` and returns the node
 // that holds its ")" (or the last node when the list is not closed).

@@ -3,8 +3,6 @@
 #include <cstddef>
 #include <iterator>
 
-#include "response/reply_forms.h"
-
 namespace velk {
 namespace {
 
@@ -41,20 +39,18 @@ SolicitedForm FromMessageForm(const MessageForm& form, const ATResponseRecord& l
 
 }  // namespace
 
-SolicitedForm MessageReadForm(const ATResponseRecord& line) {
-    uint32_t form = messageReadForm.load();
-    if (form >= std::size(kReadForms)) return {};
-    return FromMessageForm(kReadForms[form], line);
+SolicitedForm MessageReadForm(const ATResponseRecord& line, uint32_t readForm) {
+    if (readForm >= std::size(kReadForms)) return {};
+    return FromMessageForm(kReadForms[readForm], line);
 }
 
-SolicitedForm MessageListForm(const ATResponseRecord& line) {
-    return FromMessageForm(kListForms[messageListForm.load() == 0 ? 0 : 1], line);
+SolicitedForm MessageListForm(const ATResponseRecord& line, uint32_t listForm) {
+    return FromMessageForm(kListForms[listForm == 0 ? 0 : 1], line);
 }
 
-SolicitedForm ServiceReplyForm() {
-    uint32_t kind = serviceReplyKind.load();
-    if (kind >= std::size(kServiceForms)) return {};
-    return LineForm(kServiceForms[kind]);
+SolicitedForm ServiceReplyForm(uint32_t serviceReplyKind) {
+    if (serviceReplyKind >= std::size(kServiceForms)) return {};
+    return LineForm(kServiceForms[serviceReplyKind]);
 }
 
 }  // namespace velk

@@ -124,7 +124,8 @@ SolicitedForm LineForm(int32_t resultId, FormVariant variant) {
     return {resultId, LineFields(*form), nullptr};
 }
 
-SolicitedForm ChooseSolicitedForm(int32_t commandId, const ATResponseRecord& line) {
+SolicitedForm ChooseSolicitedForm(int32_t commandId, const ATResponseRecord& line,
+                                  const ReplySelectors& selectors) {
     const auto* found =
         std::lower_bound(std::begin(kCases), std::end(kCases), commandId,
                          [](const SolicitedCase& row, int32_t id) { return row.commandId < id; });
@@ -135,11 +136,11 @@ SolicitedForm ChooseSolicitedForm(int32_t commandId, const ATResponseRecord& lin
         case CaseStyle::kPart:
             return PartForm(found->resultId);
         case CaseStyle::kMessageRead:
-            return MessageReadForm(line);
+            return MessageReadForm(line, selectors.messageReadForm);
         case CaseStyle::kMessageList:
-            return MessageListForm(line);
+            return MessageListForm(line, selectors.messageListForm);
         case CaseStyle::kServiceReply:
-            return ServiceReplyForm();
+            return ServiceReplyForm(selectors.serviceReplyKind);
     }
     return {};
 }

@@ -7,6 +7,7 @@
 
 #include "decode/field_walk.h"
 #include "decode/result_form_table.h"
+#include "response/reply_forms.h"
 #include "response/response_record.h"
 
 namespace velk {
@@ -37,17 +38,18 @@ SolicitedForm LineForm(int32_t resultId, FormVariant variant = FormVariant::kOnl
 // for any other id.
 SolicitedForm PartForm(int32_t resultId);
 
-// The forms chosen by the process-wide selectors: a +CMGR line by
-// messageReadForm, a +CMGL line by messageListForm (a raw line is the body of
-// the message before it), a service line by serviceReplyKind.
-SolicitedForm MessageReadForm(const ATResponseRecord& line);
-SolicitedForm MessageListForm(const ATResponseRecord& line);
-SolicitedForm ServiceReplyForm();
+// The forms chosen by the selectors: a +CMGR line by the message read form,
+// a +CMGL line by the message list form (a raw line is the body of the
+// message before it), a service line by the kind of the last service line.
+SolicitedForm MessageReadForm(const ATResponseRecord& line, uint32_t readForm);
+SolicitedForm MessageListForm(const ATResponseRecord& line, uint32_t listForm);
+SolicitedForm ServiceReplyForm(uint32_t serviceReplyKind);
 
 // Chooses the form for a line of the reply to `commandId`. Message reads pick
 // their form by the message-form selectors and by whether the line is a
 // header or a body line; service replies by the kind of the last service
 // line seen.
-SolicitedForm ChooseSolicitedForm(int32_t commandId, const ATResponseRecord& line);
+SolicitedForm ChooseSolicitedForm(int32_t commandId, const ATResponseRecord& line,
+                                  const ReplySelectors& selectors);
 
 }  // namespace velk

@@ -56,25 +56,24 @@ FieldList HeadFields(const UnsolicitedHead& row, bool body) {
 
 }  // namespace
 
-void DecodeUnsolicitedResult(DecoderState& state, const ATResponseRecord& line) {
-    state.currentResult = 0;
+ResultBlockPtr DecodeUnsolicitedResult(std::string_view head, const ATResponseRecord& line) {
     const UnsolicitedHead* found = nullptr;
     for (const UnsolicitedHead& row : kHeads) {
-        if (row.head == state.replyText) {
+        if (row.head == head) {
             found = &row;
             break;
         }
     }
-    if (found == nullptr) return;
-    ATCommandBlock* block = AllocCommandBlock();
-    if (block == nullptr) return;
+    if (found == nullptr) return nullptr;
+    ResultBlockPtr block(AllocCommandBlock());
+    if (!block) return block;
 
     bool body = found->bodyId != 0 && line.firstParam.rawLine == 1;
     block->resultId = body ? found->bodyId : found->resultId;
-    state.currentResult = block->resultId;
-    state.paramCursor = &line.firstParam;
-    state.paramCursor = WalkFields(*block, state.paramCursor, HeadFields(*found, body));
-    PostResultBlock(block, kPostRetryPauseMs);
+    // No form of a report holds an image parameter: nothing here gives an error.
+    ResultBlockPtr error;
+    WalkFields(*block, &line.firstParam, HeadFields(*found, body), error);
+    return block;
 }
 
 }  // namespace velk

@@ -13,7 +13,7 @@
 namespace velk {
 
 void CATWorkerThread::BuildCommandText(int32_t id, ATCommandBlock& block) {
-    commandText = velk::BuildCommandText(id, block, decoder.currentCommand);
+    commandText = velk::BuildCommandText(id, block, currentCommand);
     commandArmed = 1;
 }
 
@@ -78,7 +78,7 @@ void CATWorkerThread::TickDispatcher() {
         GetTickCount() - lastActivityTick >= kCommandTimeoutMs + 1) {
         if (ATCommandBlock* timedOut = AllocCommandBlock()) {
             timedOut->resultId = kResultTimedOut;
-            timedOut->result.timedOut.commandId = decoder.currentCommand;
+            timedOut->result.timedOut.commandId = currentCommand;
             PostResultBlock(timedOut, 0);
         }
         sendState = kSendIdle;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 
 #include "engine/command_block.h"
 #include "platform/thread_messages.h"
@@ -11,6 +12,12 @@ namespace velk {
 
 extern std::atomic<ThreadId> controllerThreadId;
 extern std::atomic<ThreadId> workerThreadId;
+
+// A result block with its one owner, until the post hands it over.
+struct ResultBlockFree {
+    void operator()(ATCommandBlock* block) const { FreeResultBlock(block); }
+};
+using ResultBlockPtr = std::unique_ptr<ATCommandBlock, ResultBlockFree>;
 
 // Posts a result block to the transfer thread as message 1224 + resultId,
 // wParam 1, repeating until the post succeeds with `retryPauseMs` between

@@ -1,7 +1,10 @@
 #include "engine/worker_thread.h"
 
 #include <future>
+#include <new>
+#include <utility>
 
+#include "decode/result_blocks.h"
 #include "decode/solicited_decoder.h"
 #include "decode/unsolicited_decoder.h"
 #include "engine/message_numbers.h"
@@ -46,15 +49,27 @@ void OpenSharedQueue(CSharedQueue& queue, const char* name) {
     }
 }
 
+// Hands a block over to the transfer thread; a null block (no form, no
+// memory) is nothing to post.
+void Post(ResultBlockPtr block) {
+    if (block) PostResultBlock(block.release(), kPostRetryPauseMs);
+}
+
 }  // namespace
 
 CATWorkerThread::CATWorkerThread() : CATWorkerThread(Setup{}) {}
 
 CATWorkerThread::CATWorkerThread(Setup setup)
-    : responseReader(setup.link), setup_(std::move(setup)) {
+    : responseReader(setup.link), selectors(setup.selectors), setup_(std::move(setup)) {
     if (setup_.sharedQueues) {
         OpenSharedQueue(pbQueue, "PB");
         OpenSharedQueue(spyQueue, "ATSPY");
+    }
+    if (setup_.commandInFlight) {
+        currentCommand = setup_.commandInFlight->id;
+        commandText = setup_.commandInFlight->text;
+        commandArmed = 1;
+        sendState = kSendWaiting;
     }
 }
 
@@ -120,10 +135,8 @@ bool CATWorkerThread::HandleMessage(const ThreadMessage& message) {
             sendState = kSendIdle;
             return false;
         case AT_MSG_REPLY_UNSOLICITED:
-            decoder.replyText = responseReader.pendingLine();
-            if (!decoder.replyText.empty()) {
-                DecodeUnsolicitedResult(decoder, responseReader.lines.GetRecord(0));
-            }
+            // Lines out of turn are decoded where they stand; nothing here
+            // posts this any more.
             return true;
         case AT_MSG_STOP:
             running_ = false;
@@ -152,32 +165,80 @@ bool CATWorkerThread::HandleMessage(const ThreadMessage& message) {
     }
 }
 
+// The road of a line from the phone: take it from the receive queue,
+// classify it against the command in flight, decode it, post what it gave.
+// Every line waiting is read here, in the order the lines came, whatever the
+// sizes of the reads that brought them: a line out of turn is decoded from its
+// own text and record at once. Nothing is put by for a later message, so the
+// lines of one burst cannot mix; the later notices of such a burst find the
+// queue empty.
 void CATWorkerThread::OnLineReceived() {
     if (!running_) return;
-    if (sendState == kSendWaiting) {
-        // Every line from the phone restarts the time-out.
-        lastActivityTick = GetTickCount();
-        if (responseReader.ReadSolicited(commandText) != 0) {
-            DecodeSolicitedResult(decoder, responseReader.lines.GetRecord(0));
-        }
-        if (responseReader.finished != 0) {
-            commandArmed = 0;
-            sendState = kSendIdle;
-            // Other final replies got their ResultError from the matcher.
-            if (responseReader.finalStatus() == kindOk) {
-                if (ATCommandBlock* done = AllocCommandBlock()) {
-                    done->resultId = kResultDone;
-                    done->result.done.commandId = decoder.currentCommand;
-                    PostResultBlock(done, kPostRetryPauseMs);
-                }
+    try {
+        while (responseReader.TakeLine(lineText_)) {
+            if (sendState == kSendWaiting) {
+                ReadSolicitedLine();
+            } else {
+                ReadUnsolicitedLine();
             }
         }
-        return;
+    } catch (const std::bad_alloc&) {
+        // Out of memory for a line: it is dropped as if it had not come; the
+        // lines behind it wait for their own notices.
+        ResetAllButText(lineRecord_);
     }
-    decoder.replyText = responseReader.ReadUnsolicited();
-    if (!decoder.replyText.empty()) {
-        DecodeUnsolicitedResult(decoder, responseReader.lines.GetRecord(0));
+}
+
+void CATWorkerThread::ReadSolicitedLine() {
+    // Every line from the phone restarts the time-out.
+    lastActivityTick = GetTickCount();
+    ClassifiedLine line = MatchSolicited(commandText, std::move(lineText_), selectors, lineRecord_);
+    if (line.serviceReplyKind) selectors.serviceReplyKind = *line.serviceReplyKind;
+    PostReports(line.reports);
+    switch (line.role) {
+        case LineRole::kInformation: {
+            DecodedBlocks blocks = DecodeSolicitedResult(currentCommand, lineRecord_, selectors);
+            Post(std::move(blocks.error));
+            Post(std::move(blocks.result));
+            break;
+        }
+        case LineRole::kNotice:
+            PostNotice(std::move(line.head));
+            break;
+        case LineRole::kOk: {
+            commandArmed = 0;
+            sendState = kSendIdle;
+            ResultBlockPtr done(AllocCommandBlock());
+            if (done) {
+                done->resultId = kResultDone;
+                done->result.done.commandId = currentCommand;
+            }
+            Post(std::move(done));
+            break;
+        }
+        case LineRole::kError:
+            // Its ResultError went out with the reports.
+            commandArmed = 0;
+            sendState = kSendIdle;
+            break;
+        case LineRole::kNothing:
+            break;
     }
+}
+
+void CATWorkerThread::ReadUnsolicitedLine() {
+    ClassifiedLine line = MatchUnsolicited(lineText_, selectors, lineRecord_);
+    PostReports(line.reports);
+    if (line.role == LineRole::kNotice) PostNotice(std::move(line.head));
+}
+
+void CATWorkerThread::PostReports(const LineReports& reports) {
+    for (const std::string& text : reports) Post(ErrorBlock(text));
+}
+
+void CATWorkerThread::PostNotice(std::string&& head) {
+    replyText = std::move(head);
+    Post(DecodeUnsolicitedResult(replyText, lineRecord_));
 }
 
 void CATWorkerThread::EndThread() {

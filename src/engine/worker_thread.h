@@ -1,7 +1,7 @@
 // CATWorkerThread: the one thread that talks to the phone. It takes commands
 // as thread messages from the transfer thread, keeps one on the line at a
-// time (parking the others), runs the response reader on every received line,
-// calls the result decoders and posts the results back. It also ends the
+// time (parking the others), has every received line classified and decoded,
+// and posts the results back; it alone posts them. It also ends the
 // link: the stop of the serial port comes through this thread, and its last
 // act tells the transfer thread that the link is gone.
 #pragma once
@@ -9,16 +9,19 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 
-#include "decode/decoder_state.h"
 #include "engine/command_block.h"
 #include "engine/parked_commands.h"
 #include "platform/thread_messages.h"
 #include "queues/named_event_watcher.h"
 #include "queues/shared_queue.h"
+#include "response/reply_forms.h"
+#include "response/response_matcher.h"
 #include "response/response_reader.h"
+#include "response/response_record.h"
 
 namespace velk {
 
@@ -37,10 +40,22 @@ inline constexpr uint32_t kWorkerWaitMs = 10050;
 
 class CATWorkerThread {
   public:
+    // A command that is on the line already when the worker starts, left as
+    // the dispatcher leaves a command it has sent: for a worker with no thread
+    // of its own that reads the replies to a command sent by other means
+    // (velkport decode).
+    struct CommandInFlight {
+        int32_t id = 0;
+        std::string text;  // as sent: in capitals, without line end
+    };
+
     struct Setup {
         ReaderLink link = SerialReaderLink();
         bool sharedQueues = true;  // create or join "PB" and "ATSPY"
         bool serialLink = true;    // the stop message stops the serial link
+        // The message forms to read "+CMGL" and "+CMGR" lines with.
+        ReplySelectors selectors;
+        std::optional<CommandInFlight> commandInFlight;
     };
 
     CATWorkerThread();
@@ -58,17 +73,34 @@ class CATWorkerThread {
     // never stood.
     void EndSilently();
 
+    // Handles one drained message; false when the loop is to wait again
+    // before draining more. The thread's loop calls it; a caller with no
+    // thread of the worker's own (velkport decode) may call it directly.
+    bool HandleMessage(const ThreadMessage& message);
+
+    // The head the last line of the phone's own accord was decoded by; its
+    // blocks are posted by the time HandleMessage returns.
+    const std::string& ReplyText() const { return replyText; }
+
+  private:
     // The thread function.
     void RunWorkerLoop();
-    // Handles one drained message; false when the loop is to wait again
-    // before draining more.
-    bool HandleMessage(const ThreadMessage& message);
 
     // One command in flight: send it now or park it.
     void CommandDispatcher(const ThreadMessage& message);
     // Time-out of the command in flight; start what is parked.
     void TickDispatcher();
     void BuildCommandText(int32_t id, ATCommandBlock& block);
+    void SendBuiltText();
+    void StartOldestParked();
+
+    // The road of every received line: take, classify, decode, post.
+    void OnLineReceived();
+    void ReadSolicitedLine();
+    void ReadUnsolicitedLine();
+    void PostReports(const LineReports& reports);
+    void PostNotice(std::string&& head);
+    void EndThread();
 
     CSharedQueue spyQueue;
     CSharedQueue pbQueue;
@@ -76,16 +108,20 @@ class CATWorkerThread {
     ParkedCommands parkedCommands;
     uint32_t commandArmed = 0;
     std::string commandText;
-    DecoderState decoder;  // currentCommand, replyText and the decoders' cursor
+    // Id of the command in flight, set when its text is built.
+    int32_t currentCommand = 0;
+    ReplySelectors selectors;
+    // The head of the last line of the phone's own accord.
+    std::string replyText;
     uint32_t sendState = kSendIdle;
     uint32_t lastActivityTick = 0;
     ATCommandBlock* requestInHand = nullptr;
 
-  private:
-    void OnLineReceived();
-    void SendBuiltText();
-    void StartOldestParked();
-    void EndThread();
+    // The line just taken from the receive queue (moved out of it, not
+    // copied), and its classified record, which keeps its room from line to
+    // line.
+    std::string lineText_;
+    ATResponseRecord lineRecord_;
 
     Setup setup_;
     bool running_ = true;

@@ -1,22 +1,15 @@
-// The solicited side of CATResponseMatcher and the report path shared by
-// both sides. The head-line classification lives in
-// response_matcher_classify.cpp.
+// The solicited side of the matcher and the report texts both sides share.
+// The head-line classification lives in response_matcher_classify.cpp.
 #include "response/response_matcher.h"
 
 #include <algorithm>
 #include <array>
 
-#include "decode/value_conversions.h"
-#include "engine/command_block.h"
-#include "engine/message_numbers.h"
-#include "engine/thread_ids.h"
 #include "platform/string_ops.h"
-#include "response/reply_forms.h"
+#include "response/response_grammar.h"
 
 namespace velk {
 namespace {
-
-constexpr uint32_t kErrorPostPauseMs = 50;
 
 // Lines that may answer a dial or hang-up command whatever the command's own
 // head: supplementary-service lines and the end of the call.
@@ -28,7 +21,8 @@ struct ServiceReply {
     std::string_view head;
     uint32_t kind;
 };
-// Which service line a dial command drew; the solicited decoder reads it.
+// Which service line a dial command drew; the solicited decoder chooses its
+// form by it.
 constexpr std::array<ServiceReply, 8> kServiceReplies = {{
     {"+CLCK", 0},
     {"+CLIP", 1},
@@ -65,22 +59,30 @@ constexpr std::array<ExpectedHead, 3> kDataReadCommands = {{
 constexpr std::array<std::string_view, 3> kErrorMarks = {"+CME ERROR:", "+CMS ERROR:", "+CME:"};
 constexpr std::string_view kErrorMarkStart = "+CM";
 
+// A refused line: its report, and nothing for the worker to decode.
+ClassifiedLine Refused(ClassifiedLine&& out, std::string_view pattern, std::string_view text) {
+    AddReport(out.reports, pattern, text);
+    out.role = LineRole::kNothing;
+    return std::move(out);
+}
+
 }  // namespace
 
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the worker's order
-int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string_view lineText) {
+ClassifiedLine MatchSolicited(std::string_view commandText, std::string line,
+                              const ReplySelectors& selectors, ATResponseRecord& record) {
     const std::string_view command = commandText;
-    std::string& line = line_;
-    line.assign(
-        lineText.substr(std::min(lineText.find_first_not_of(kWhiteSpace), lineText.size())));
-    ResetRecord(current);
+    ClassifiedLine out;
+    ResetAllButText(record);
+    if (line.empty()) return out;
+    line.erase(0, std::min(line.find_first_not_of(kWhiteSpace), line.size()));
 
     // A line is only whole with its line end; a zero byte may have cut it.
-    if (!Equal(Right(line, 2), "\r\n")) return Report(kReportResponseError, line);
+    if (!Equal(Right(line, 2), "\r\n")) return Refused(std::move(out), kReportResponseError, line);
 
     // The phone echoes what the transmit path sent: the command and CR LF.
     if (line.size() == command.size() + 2 && line.compare(0, command.size(), command) == 0) {
-        return 0;
+        return out;
     }
 
     // Some phones answer a head without its plus sign ("CGMI: ...").
@@ -88,26 +90,25 @@ int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string
     if (!head.empty() && Contains(command, head) && head[0] != '+') line.insert(0, 1, '+');
 
     line.resize(std::min(line.find('\n'), line.size()));
-    current.text = line;
-    current.lineLength = static_cast<uint32_t>(line.size());
+    record.text = line;
+    record.lineLength = static_cast<uint32_t>(line.size());
 
     if (Equal(line, "OK\r")) {
-        current.kind = kindOk;
-        return 1;
+        record.kind = kindOk;
+        out.role = LineRole::kOk;
+        return out;
     }
     if (Equal(line, "ERROR\r")) {
-        current.kind = kindError;
-        PostError("ERROR");
-        return 0;
+        record.kind = kindError;
+        out.role = LineRole::kError;
+        out.reports.emplace_back("ERROR");
+        return out;
     }
     // A call or data connection can begin at any time; it must not disturb
-    // the reply in progress. The worker is told of it like any line out of
-    // turn, but with no head to decode: an earlier line's head left here
-    // would otherwise be decoded a second time, against this record.
+    // the reply in progress, and it has no head to decode.
     if (Equal(line, "RING\r") || Equal(line, "CONNECT\r")) {
-        current.outOfTurn = 1;
-        pendingLine.clear();
-        return 1;
+        record.outOfTurn = 1;
+        return out;
     }
 
     // Every error mark begins with kErrorMarkStart: most lines are passed
@@ -117,16 +118,17 @@ int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string
         if (!mayBeError || !Contains(line, mark)) continue;
         //   +CME ERROR: <err>       +CMS ERROR: <err>       +CME: <err>
         // <err> a number or a text, maybe in quotes.
-        current.kind = kindError;
+        record.kind = kindError;
         std::string detail = line.substr(line.find(':') + 1);
         detail = TrimLeft(detail);
         detail = TrimRight(detail, "\r\n");
         detail = TrimRight(TrimLeft(detail, "\""), "\"");
-        current.firstParam.type = paramErrorText;
-        current.firstParam.lastIndex = static_cast<int32_t>(detail.size()) - 1;
-        current.firstParam.text = detail;
-        PostError(detail);
-        return 0;
+        record.firstParam.type = paramErrorText;
+        record.firstParam.lastIndex = static_cast<int32_t>(detail.size()) - 1;
+        record.firstParam.text = detail;
+        out.role = LineRole::kError;
+        out.reports.push_back(std::move(detail));
+        return out;
     }
 
     bool callHead = false;
@@ -141,31 +143,35 @@ int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string
         // Only a dial tells which service a line answers; a hang-up does not.
         if (Contains(command, "ATD")) {
             for (const ServiceReply& s : kServiceReplies) {
-                if (Equal(replyHead, s.head)) serviceReplyKind = s.kind;
+                if (Equal(replyHead, s.head)) out.serviceReplyKind = s.kind;
             }
         }
     }
 
-    if (ClassifyLine(current, line) == 0) return Report(kReportHeadError, current.text);
+    if (ClassifyLine(record, line, selectors, out.reports) == 0) {
+        return Refused(std::move(out), kReportHeadError, record.text);
+    }
 
     const std::string lineHead(SpanExcludingView(line, kHeadEnds));
     for (const ExpectedHead& q : kFixedHeadQueries) {
         if (!Equal(command, q.command)) continue;
-        if (current.kind != kindHeadLine || !Equal(lineHead, q.head)) {
-            return Report(kReportHeadError, current.text);
+        if (record.kind != kindHeadLine || !Equal(lineHead, q.head)) {
+            return Refused(std::move(out), kReportHeadError, record.text);
         }
     }
     for (const ExpectedHead& r : kDataReadCommands) {
         if (!BeginsWith(command, r.command)) continue;
-        if (current.kind != kindHeadLine) return Report(kReportDataHeadError, current.text);
-        if (!Equal(lineHead, r.head)) return Report(kReportHeadError, current.text);
+        if (record.kind != kindHeadLine) {
+            return Refused(std::move(out), kReportDataHeadError, record.text);
+        }
+        if (!Equal(lineHead, r.head)) return Refused(std::move(out), kReportHeadError, record.text);
     }
     // The opening commands carry no information: anything but the echo and
     // the final result is wrong.
     if (Equal(command, "AT") || Equal(command, "ATE0")) {
-        return Report(kReportResponseError, current.text);
+        return Refused(std::move(out), kReportResponseError, record.text);
     }
-    if (current.allLegal == 0) return Report(kReportIllegalParam, current.text);
+    if (record.allLegal == 0) return Refused(std::move(out), kReportIllegalParam, record.text);
 
     // The head the command asks for: "AT+CPBR=1" and "AT+CPBR=?" both expect
     // "+CPBR"; a dial text has no "+" and stays as it is.
@@ -174,36 +180,25 @@ int CATResponseMatcher::MatchSolicited(std::string_view commandText, std::string
     if (Contains(expected, "+")) expected = TrimLeft(expected, "AT");
     // Plain text lines belong to the command: the text behind a "+CMGR" head
     // line, the headless answer to "AT+CGMI".
-    if (Equal(lineHead, expected) || callHead || current.firstParam.rawLine == 1) return 1;
+    if (Equal(lineHead, expected) || callHead || record.firstParam.rawLine == 1) {
+        out.role = LineRole::kInformation;
+        return out;
+    }
 
-    // A well-formed line of something else, e.g. a new-message notice: hand
-    // it to the unsolicited side and keep waiting for the reply.
-    current.outOfTurn = 1;
-    pendingLine = MatchUnsolicited(line);
-    return pendingLine.empty() ? 0 : 1;
+    // A well-formed line of something else, e.g. a new-message notice: it is
+    // classified anew from its own text, as if no command waited, and the
+    // command goes on waiting.
+    ClassifiedLine notice = MatchUnsolicited(line, selectors, record);
+    out.role = notice.role;
+    out.head = std::move(notice.head);
+    for (std::string& report : notice.reports) out.reports.push_back(std::move(report));
+    return out;
 }
 
-void CATResponseMatcher::PostError(std::string_view text) {
-    ATCommandBlock* block = AllocCommandBlock();
-    if (block == nullptr) return;
-    block->resultId = kResultError;
-    // A text longer than the field leaves the message empty; the error still
-    // ends the command.
-    ParamToText256(block->result.error.message, std::string(text));
-    PostResultBlock(block, kErrorPostPauseMs);
-}
-
-void CATResponseMatcher::ResetRecord(ATResponseRecord& record) {
-    ResetAllButText(record);
-}
-
-// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): pattern first, as printf
-int CATResponseMatcher::Report(std::string_view pattern, std::string_view text) {
-    errorText.assign(pattern);
-    const std::size_t at = errorText.find("%s");
-    if (at != std::string::npos) errorText.replace(at, 2, text);
-    PostError(errorText);
-    return 0;
+void AddReport(LineReports& reports, std::string_view pattern, std::string_view text) {
+    std::string& report = reports.emplace_back(pattern);
+    const std::size_t at = report.find("%s");
+    if (at != std::string::npos) report.replace(at, 2, text);
 }
 
 }  // namespace velk

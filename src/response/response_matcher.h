@@ -1,24 +1,27 @@
-// CATResponseMatcher: decides what one line from the phone is and fills
-// `current` with it.
+// The matcher: decides what one line from the phone is and fills a record
+// with it.
 //
-// Solicited lines (a command waits for its reply) go through MatchSolicited,
-// which weighs the line against the command: echo, final result, error,
-// information line of the command, or a line of another origin that happens
-// to arrive now. Lines that come of the phone's own accord go through
-// MatchUnsolicited. Both share ClassifyLine and ParseHead, which find the
-// grammar row by the head of the line alone and walk its parameters.
+// Lines that come while a command waits for its reply go through
+// MatchSolicited, which weighs the line against the command: echo, final
+// result, error, information line of the command, or a line of another origin
+// that happens to arrive now. Lines that come of the phone's own accord go
+// through MatchUnsolicited. Both share ClassifyLine, which finds the grammar
+// row by the head of the line alone and walks its parameters.
 //
-// Every fault found in a line is reported to the transfer thread as a
-// ResultError block (PostError); nothing is returned to the caller as an
-// error. Runs on the worker thread only.
+// These are functions from text to result: the line, the command and the
+// selectors go in; the classified record and a ClassifiedLine come out. They
+// post nothing. Every fault found in a line comes back as a report text,
+// which the worker sends to the transfer thread as a ResultError block.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/string_ops.h"
-#include "response/response_grammar.h"
+#include "response/reply_forms.h"
 #include "response/response_record.h"
 
 namespace velk {
@@ -39,55 +42,55 @@ inline constexpr std::string_view kReportUnsolicitedIllegal =
 inline constexpr std::string_view kReportNoGrammarRow =
     "Can't find the matched response code for %s!";
 
-// What MatchUnsolicited returns for "RING\r", "CONNECT\r" and "+EXCPWD\r"
+// The head MatchUnsolicited gives "RING\r", "CONNECT\r" and "+EXCPWD\r"
 // arriving during a command: a one-byte text that no decoder head equals.
 inline constexpr std::string_view kBareEventHead = "\x01";
 
-class CATResponseMatcher {
-  public:
-    // Head of the last line that arrived out of turn during a command; the
-    // worker reads it on AT_MSG_REPLY_UNSOLICITED.
-    std::string pendingLine;
-    // The record being filled.
-    ATResponseRecord current;
-    // Working text of the last report.
-    std::string errorText;
+// The texts of the ResultError blocks one line draws, in order; empty for a
+// good line, so a good line costs no allocation.
+using LineReports = std::vector<std::string>;
 
-    // `commandText`: the command in progress, in capitals, without line end.
-    // `lineText`: the line with its CR LF. Returns 1 when `current` holds a
-    // line the caller is to act on (an information line, "OK", or a line out
-    // of turn, marked by current.outOfTurn), else 0.
-    int MatchSolicited(std::string_view commandText, std::string_view lineText);
-
-    // Classifies a line that no command waits for into `current` and returns
-    // the head the unsolicited decoder chooses by: the text before ":" or "="
-    // (with its "+"), kBareEventHead, or empty when there is nothing to do.
-    std::string MatchUnsolicited(std::string_view lineText);
-
-    // Tells a plain text line from a head line and has a head line parsed.
-    // 0 only for an empty line; the outcome stands in record.kind/allLegal.
-    int ClassifyLine(ATResponseRecord& record, std::string_view lineText);
-
-    // Finds the grammar row of a "+" line and fills its parameters. 1 when
-    // the head line was fully treated.
-    int ParseHead(ATResponseRecord& record, std::string_view lineText);
-
-    // Cuts `rest`, the text behind the head, into nodes checked against `row`.
-    void WalkParameters(std::string_view rest, ATResponseRecord& record, ResponseGrammarRow row);
-
-    // Sends `text` to the transfer thread as a ResultError block.
-    void PostError(std::string_view text);
-
-    // Puts `record` back to its reset state, all but its text, and releases
-    // the nodes behind its firstParam (the record owns them).
-    void ResetRecord(ATResponseRecord& record);
-
-  private:
-    // Formats `pattern` with `text` into errorText, posts it, returns 0.
-    int Report(std::string_view pattern, std::string_view text);
-
-    // The line being matched: kept between lines, so that its room is reused.
-    std::string line_;
+// What the worker is to do with a classified line.
+enum class LineRole : uint8_t {
+    kNothing,      // the echo, a refused line, a ring during a command
+    kInformation,  // an information line of the command: decode it by the command
+    kOk,           // "OK": the command ended well
+    kError,        // "ERROR" or an error line: the command ended, its report says how
+    kNotice,       // a line of the phone's own accord: decode it by `head`
 };
+
+struct ClassifiedLine {
+    LineRole role = LineRole::kNothing;
+    // kNotice: the head the unsolicited decoder chooses by, the text before
+    // ":" or "=" with its "+", or kBareEventHead.
+    std::string head;
+    LineReports reports;
+    // Set when a dial drew a supplementary-service line: which kind it was.
+    // The worker keeps it for the lines that follow, this one included.
+    std::optional<uint32_t> serviceReplyKind;
+};
+
+// A line while a command waits for its reply. `commandText`: the command in
+// flight, in capitals, without line end. `line`: the line with its CR LF, cut
+// at a zero byte. An empty line (the phone sent a zero byte first) is nothing
+// and draws no report. A line of another origin becomes a kNotice, classified
+// anew from its own text into `record`.
+ClassifiedLine MatchSolicited(std::string_view commandText, std::string line,
+                              const ReplySelectors& selectors, ATResponseRecord& record);
+
+// A line while no command waits: kNotice with the head the unsolicited
+// decoder chooses by, or kNothing when there is nothing to do.
+ClassifiedLine MatchUnsolicited(std::string_view lineText, const ReplySelectors& selectors,
+                                ATResponseRecord& record);
+
+// Tells a plain text line from a head line and has a head line parsed into
+// `record` (whose text is already the line). 0 only for an empty line; the
+// outcome stands in record.kind and record.allLegal. A head with no grammar
+// row adds its report to `reports`.
+int ClassifyLine(ATResponseRecord& record, std::string_view lineText,
+                 const ReplySelectors& selectors, LineReports& reports);
+
+// Adds `pattern` with `text` in place of its "%s" to `reports`.
+void AddReport(LineReports& reports, std::string_view pattern, std::string_view text);
 
 }  // namespace velk

@@ -7,7 +7,6 @@
 
 #include "platform/string_ops.h"
 #include "response/param_validators.h"
-#include "response/reply_forms.h"
 #include "response/response_tokeniser.h"
 
 namespace velk {
@@ -19,12 +18,12 @@ namespace {
 constexpr std::array<std::string_view, 3> kBareEvents = {"RING\r", "CONNECT\r", "+EXCPWD\r"};
 
 // "+CMGL" and "+CMGR" lines come in several forms with different parameters;
-// the current message forms choose the grammar row. "CMGR" alone has no row,
-// so a "+CMGR" line in an unknown form is not read.
-std::string MessageHead(const std::string& head) {
-    if (Equal(head, "CMGL")) return head + (messageListForm.load() == 0 ? "SM" : "CBM");
+// the message forms choose the grammar row. "CMGR" alone has no row, so a
+// "+CMGR" line in an unknown form is not read.
+std::string MessageHead(const std::string& head, const ReplySelectors& selectors) {
+    if (Equal(head, "CMGL")) return head + (selectors.messageListForm == 0 ? "SM" : "CBM");
     if (Equal(head, "CMGR")) {
-        switch (messageReadForm.load()) {
+        switch (selectors.messageReadForm) {
             case 0:
                 return head + "DELIVER";
             case 1:
@@ -38,47 +37,11 @@ std::string MessageHead(const std::string& head) {
     return head;
 }
 
-}  // namespace
-
-std::string CATResponseMatcher::MatchUnsolicited(std::string_view lineText) {
-    ResetRecord(current);
-    current.outOfTurn = 1;
-    current.text.assign(lineText);
-
-    std::string head(SpanExcludingView(lineText, kHeadEnds));
-    current.lineLength = static_cast<uint32_t>(lineText.size() - head.size());
-
-    for (std::string_view event : kBareEvents) {
-        if (Equal(lineText, event)) return std::string(kBareEventHead);
-    }
-    if (ClassifyLine(current, lineText) == 0) {
-        Report(kReportUnsolicitedHead, lineText);
-        return {};
-    }
-    if (current.allLegal == 0) {
-        Report(kReportUnsolicitedIllegal, lineText);
-        return {};
-    }
-    return head;
-}
-
-int CATResponseMatcher::ClassifyLine(ATResponseRecord& record, std::string_view lineText) {
-    if (lineText.empty()) return 0;
-    if (lineText[0] != '+') {
-        // Plain text: the first node holds the whole line, line end included.
-        record.kind = kindPlainText;
-        record.firstParam.rawLine = 1;
-        record.firstParam.type = paramWholeLine;
-        record.firstParam.text = record.text;
-        record.firstParam.lastIndex = static_cast<int32_t>(record.text.size()) - 1;
-        return 1;
-    }
-    if (ParseHead(record, lineText) == 1) record.kind = kindHeadLine;
-    return 1;
-}
-
+// Finds the grammar row of a "+" line and fills its parameters. 1 when the
+// head line was fully treated.
 //   +<HEAD>: <param>,<param>,...      or      +<HEAD>=<param>,...
-int CATResponseMatcher::ParseHead(ATResponseRecord& record, std::string_view lineText) {
+int ParseHead(ATResponseRecord& record, std::string_view lineText, const ReplySelectors& selectors,
+              LineReports& reports) {
     const std::string_view body = lineText.substr(1);
     const std::string_view headText = SpanExcludingView(body, kHeadEnds);
     if (headText.size() == body.size()) {
@@ -93,8 +56,11 @@ int CATResponseMatcher::ParseHead(ATResponseRecord& record, std::string_view lin
     // are not looked up and draw no report.
     if (IsValidHead(bareHead) == 0) return 0;
 
-    const ResponseGrammarRow* row = FindGrammarRow(MessageHead(bareHead));
-    if (row == nullptr) return Report(kReportNoGrammarRow, lineText);
+    const ResponseGrammarRow* row = FindGrammarRow(MessageHead(bareHead, selectors));
+    if (row == nullptr) {
+        AddReport(reports, kReportNoGrammarRow, lineText);
+        return 0;
+    }
     record.responseCode = row->responseCode;
 
     // What follows the separator. Blanks trimmed off the head are counted as
@@ -117,9 +83,52 @@ int CATResponseMatcher::ParseHead(ATResponseRecord& record, std::string_view lin
     return 1;
 }
 
-void CATResponseMatcher::WalkParameters(std::string_view rest, ATResponseRecord& record,
-                                        ResponseGrammarRow row) {
-    velk::WalkParameters(rest, record, row);
+}  // namespace
+
+ClassifiedLine MatchUnsolicited(std::string_view lineText, const ReplySelectors& selectors,
+                                ATResponseRecord& record) {
+    ClassifiedLine out;
+    ResetAllButText(record);
+    record.outOfTurn = 1;
+    record.text.assign(lineText);
+
+    const std::string_view head = SpanExcludingView(lineText, kHeadEnds);
+    record.lineLength = static_cast<uint32_t>(lineText.size() - head.size());
+
+    for (std::string_view event : kBareEvents) {
+        if (Equal(lineText, event)) {
+            out.role = LineRole::kNotice;
+            out.head.assign(kBareEventHead);
+            return out;
+        }
+    }
+    if (ClassifyLine(record, lineText, selectors, out.reports) == 0) {
+        AddReport(out.reports, kReportUnsolicitedHead, lineText);
+        return out;
+    }
+    if (record.allLegal == 0) {
+        AddReport(out.reports, kReportUnsolicitedIllegal, lineText);
+        return out;
+    }
+    out.role = LineRole::kNotice;
+    out.head.assign(head);
+    return out;
+}
+
+int ClassifyLine(ATResponseRecord& record, std::string_view lineText,
+                 const ReplySelectors& selectors, LineReports& reports) {
+    if (lineText.empty()) return 0;
+    if (lineText[0] != '+') {
+        // Plain text: the first node holds the whole line, line end included.
+        record.kind = kindPlainText;
+        record.firstParam.rawLine = 1;
+        record.firstParam.type = paramWholeLine;
+        record.firstParam.text = record.text;
+        record.firstParam.lastIndex = static_cast<int32_t>(record.text.size()) - 1;
+        return 1;
+    }
+    if (ParseHead(record, lineText, selectors, reports) == 1) record.kind = kindHeadLine;
+    return 1;
 }
 
 }  // namespace velk

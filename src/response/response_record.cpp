@@ -61,37 +61,7 @@ void ReleaseNode(ATResponseParam* node) noexcept {
     ++spareCount;
 }
 
-// Copies the chain behind `from` into fresh nodes behind `to`. A line can
-// carry thousands of parameters, so the chain is walked, never recursed.
-void CopyChain(const ATResponseParam& from, ATResponseParam& to) {
-    to.next = nullptr;
-    ATResponseParam* tail = &to;
-    for (const ATResponseParam* p = from.next; p != nullptr; p = p->next) {
-        ATResponseParam* node = NewNode();
-        *node = *p;
-        node->next = nullptr;
-        tail->next = node;
-        tail = node;
-    }
-}
-
 }  // namespace
-
-ATResponseRecord::ATResponseRecord(const ATResponseRecord& other)
-    : text(other.text),
-      lineLength(other.lineLength),
-      kind(other.kind),
-      responseCode(other.responseCode),
-      firstParam(other.firstParam),
-      allLegal(other.allLegal),
-      outOfTurn(other.outOfTurn) {
-    try {
-        CopyChain(other.firstParam, firstParam);
-    } catch (...) {
-        ReleaseParams();
-        throw;
-    }
-}
 
 ATResponseRecord::ATResponseRecord(ATResponseRecord&& other) noexcept
     : text(std::move(other.text)),
@@ -102,14 +72,6 @@ ATResponseRecord::ATResponseRecord(ATResponseRecord&& other) noexcept
       allLegal(other.allLegal),
       outOfTurn(other.outOfTurn) {
     other.firstParam.next = nullptr;
-}
-
-ATResponseRecord& ATResponseRecord::operator=(const ATResponseRecord& other) {
-    if (this != &other) {
-        ATResponseRecord copy(other);
-        *this = std::move(copy);
-    }
-    return *this;
 }
 
 ATResponseRecord& ATResponseRecord::operator=(ATResponseRecord&& other) noexcept {
@@ -154,11 +116,6 @@ void ResetKeepingRoom(ATResponseParam& param) {
     param = kFresh;
 }
 
-void ResetKeepingRoom(ATResponseRecord& record) {
-    ResetAllButText(record);
-    record.text.clear();
-}
-
 void ResetAllButText(ATResponseRecord& record) {
     record.ReleaseParams();
     record.lineLength = 0;
@@ -167,12 +124,6 @@ void ResetAllButText(ATResponseRecord& record) {
     ResetKeepingRoom(record.firstParam);
     record.allLegal = 1;
     record.outOfTurn = 0;
-}
-
-std::size_t ATResponseRecord::ParamCount() const noexcept {
-    std::size_t count = 0;
-    for (const ATResponseParam* p = &firstParam; p != nullptr; p = p->next) ++count;
-    return count;
 }
 
 }  // namespace velk

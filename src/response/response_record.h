@@ -2,7 +2,6 @@
 //
 // The decoders read a record like this:
 //
-//   const ATResponseRecord& record = reader.lines.GetRecord(0);
 //   for (const ATResponseParam* p = &record.firstParam; p != nullptr; p = p->next) {
 //       // p->text, p->type, p->omitted, p->legal
 //   }
@@ -10,8 +9,9 @@
 // The first parameter is held in the record, so a line always has one node;
 // the nodes behind it, one per parameter, belong to the record. Released
 // nodes are kept for the thread's next line, so a steady stream of replies
-// allocates none. Copying a record copies its chain, moving it hands the chain over,
-// and destroying it releases the chain.
+// allocates none. The worker keeps one record and refills it line after
+// line; moving a record hands its chain over, destroying it releases the
+// chain, and a record is never copied.
 #pragma once
 
 #include <cstddef>
@@ -56,9 +56,9 @@ struct ATResponseRecord {
     uint32_t outOfTurn = 0;
 
     ATResponseRecord() = default;
-    ATResponseRecord(const ATResponseRecord& other);
+    ATResponseRecord(const ATResponseRecord& other) = delete;
     ATResponseRecord(ATResponseRecord&& other) noexcept;
-    ATResponseRecord& operator=(const ATResponseRecord& other);
+    ATResponseRecord& operator=(const ATResponseRecord& other) = delete;
     ATResponseRecord& operator=(ATResponseRecord&& other) noexcept;
     ~ATResponseRecord();
 
@@ -68,18 +68,15 @@ struct ATResponseRecord {
 
     // Releases every node behind firstParam; firstParam.next becomes null.
     void ReleaseParams() noexcept;
-
-    // Number of nodes, firstParam included.
-    std::size_t ParamCount() const noexcept;
 };
 
-// Put a parameter or a record back to its reset state but keep the room of
-// its text, so that the next line is read without an allocation. Every node
-// of every line passes here, so neither builds a fresh item to move from.
+// Puts a parameter back to its reset state but keeps the room of its text, so
+// that the next line is read without an allocation. Every node of every line
+// passes here, so it builds no fresh node to move from.
 void ResetKeepingRoom(ATResponseParam& param);
-void ResetKeepingRoom(ATResponseRecord& record);
 
-// The same for every field of a record but its text, which stays as it is.
+// Puts every field of a record but its text back to its reset state and
+// releases its chain; the text stays as it is, with its room.
 void ResetAllButText(ATResponseRecord& record);
 
 }  // namespace velk

@@ -16,6 +16,7 @@
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
 #include "platform/tick_clock.h"
+#include "serial/line_assembler.h"
 
 namespace velk {
 namespace {
@@ -204,6 +205,111 @@ TEST_F(WorkerTimeoutTest, EveryLineRestartsTheTimeOut) {
     clock.Advance(9000);
     Tick();
     EXPECT_TRUE(Quiet());
+}
+
+// The worker's handling of received lines with no thread of its own: this
+// thread is the serial reader (the real line assembler announces each line
+// as the reader thread does), the worker (its messages go to HandleMessage)
+// and the transfer thread (the blocks come back here).
+class ReplyLines : public ::testing::Test {
+  protected:
+    using BlockPtr = std::unique_ptr<ATCommandBlock, void (*)(ATCommandBlock*)>;
+
+    ReplyLines() {
+        controllerThreadId = EnsureThreadQueue();
+        CATWorkerThread::Setup setup;
+        setup.link.takeText = [this](std::string& line) {
+            if (received_.empty()) return false;
+            line = std::move(received_.front());
+            received_.pop_front();
+            return true;
+        };
+        setup.link.sendCommand = [](std::string&) { return 1; };
+        setup.sharedQueues = false;
+        setup.serialLink = false;
+        worker_ = std::make_unique<CATWorkerThread>(std::move(setup));
+    }
+    ~ReplyLines() override {
+        blocks_.clear();
+        worker_.reset();
+        ThreadMessage m;
+        while (PeekThreadMessage(m)) FreeCommandBlock(BlockOf(m));
+        controllerThreadId = kNoThread;
+    }
+
+    // The transfer thread's command message.
+    void Send(int32_t commandId) {
+        ATCommandBlock* block = AllocCommandBlock();
+        block->commandId = commandId;
+        worker_->HandleMessage(
+            {MessageForId(commandId), kRequestParam, reinterpret_cast<intptr_t>(block)});
+    }
+    // The phone's bytes as the port hands them over, one read after another.
+    void Read(const std::vector<std::string>& reads) {
+        for (const std::string& bytes : reads) {
+            assembler_.Feed(bytes.data(), bytes.size());
+            ThreadMessage m;
+            while (PeekThreadMessage(m)) {
+                if (m.wParam == kResultParam) {
+                    blocks_.emplace_back(BlockOf(m), FreeCommandBlock);
+                } else {
+                    worker_->HandleMessage(m);
+                }
+            }
+        }
+    }
+
+    std::deque<std::string> received_;
+    LineAssembler assembler_{[this](const char* line, uint32_t length) {
+        received_.emplace_back(line, length);
+        PostThreadMessage(CurrentThreadId(), AT_MSG_LINE_RECEIVED, 0, 0);
+    }};
+    std::unique_ptr<CATWorkerThread> worker_;
+    std::vector<BlockPtr> blocks_;
+};
+
+std::string Summary(const ATCommandBlock& block) {
+    const ResultForms& r = block.result;
+    switch (block.resultId) {
+        case 56:
+            return "56 " + std::string(r.reportMessageStored.store) + " " +
+                   std::to_string(r.reportMessageStored.index);
+        case 14:
+            return "14 " + std::string(r.phonebookEntry.text);
+        case kResultDone:
+            return "1 " + std::to_string(r.done.commandId);
+        default:
+            return std::to_string(block.resultId);
+    }
+}
+
+// A new-message notice amid a phone-book read is decoded from its own line,
+// however the port cuts the bytes into reads; so is a line after the final
+// reply, which takes the idle path.
+TEST_F(ReplyLines, EachLineIsReadInTurnWhateverTheReads) {
+    const std::string notice = "+CMTI: \"SM\",7\r\n";
+    const std::string entry = "+CPBR: 1,\"123\",129,\"Ann\"\r\n";
+    const std::string ok = "OK\r\n";
+    const std::vector<std::string> inTurn = {"56 SM 7", "14 Ann", "1 13"};
+    const struct {
+        const char* name;
+        std::vector<std::string> reads;
+        std::vector<std::string> blocks;
+    } cases[] = {
+        {"one line per read", {notice, entry, ok}, inTurn},
+        {"all in one read", {notice + entry + ok}, inTurn},
+        {"cut inside a line", {notice.substr(0, 9), notice.substr(9) + entry + ok}, inTurn},
+        {"a notice behind the final reply", {entry + ok + notice}, {"14 Ann", "1 13", "56 SM 7"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Send(13);
+        Read(c.reads);
+        std::vector<std::string> blocks;
+        for (const BlockPtr& block : blocks_) blocks.push_back(Summary(*block));
+        EXPECT_EQ(blocks, c.blocks);
+        blocks_.clear();
+    }
 }
 
 }  // namespace

@@ -7,95 +7,136 @@
 #include <string>
 #include <vector>
 
-#include "posted_errors.h"
-#include "response/reply_forms.h"
+#include "response/response_grammar.h"
 
 namespace velk {
 namespace {
 
 using Reports = std::vector<std::string>;
 
-class Matcher : public ::testing::Test {
-  protected:
-    void TearDown() override {
-        serviceReplyKind = kNoServiceReply;
-        messageReadForm = 0;
+std::vector<std::string> Nodes(const ATResponseRecord& record) {
+    std::vector<std::string> nodes;
+    for (const ATResponseParam* p = &record.firstParam; p != nullptr; p = p->next) {
+        nodes.push_back(p->text);
     }
-
-    CATResponseMatcher matcher_;
-    testing::PostedErrors errors_;
-};
+    return nodes;
+}
 
 const std::string kNoRowForXyz = "Can't find the matched response code for +XYZ: 1\r!";
 
-TEST_F(Matcher, SolicitedLines) {
+TEST(MatchSolicited, EveryKindOfLine) {
     struct Case {
         const char* name;
         const char* command;  // as the transmit path left it: in capitals
         std::string line;     // with its CR LF
-        int returned;
+        LineRole role;
         uint32_t kind;
-        uint32_t outOfTurn;
         Reports reports;
-        std::string pendingLine = "";
+        std::string head = "";
     };
+    using enum LineRole;
     // clang-format off
     const Case cases[] = {
         {"EchoInSmallLettersIsNoEcho", "AT+CPBS=\"SM\"", "at+cpbs=\"sm\"\r\n",
-            1, kindPlainText, 0, {}},
-        {"Ok", "AT+RNGI", "OK\r\n", 1, kindOk, 0, {}},
-        {"OkToTheOpening", "AT", "OK\r\n", 1, kindOk, 0, {}},
-        {"Error", "AT+CGMR", "ERROR\r\n", 0, kindError, 0, {"ERROR"}},
-        {"RingDuringACommand", "AT+CPBR=1", "RING\r\n", 1, kindNone, 1, {}},
-        {"ConnectDuringAQuery", "AT+RNGI", "CONNECT\r\n", 1, kindNone, 1, {}},
+            kInformation, kindPlainText, {}},
+        {"Echo", "AT+CPBS=\"SM\"", "AT+CPBS=\"SM\"\r\n", kNothing, kindNone, {}},
+        {"Ok", "AT+RNGI", "OK\r\n", kOk, kindOk, {}},
+        {"OkToTheOpening", "AT", "OK\r\n", kOk, kindOk, {}},
+        {"Error", "AT+CGMR", "ERROR\r\n", kError, kindError, {"ERROR"}},
+        {"RingDuringACommand", "AT+CPBR=1", "RING\r\n", kNothing, kindNone, {}},
+        {"ConnectDuringAQuery", "AT+RNGI", "CONNECT\r\n", kNothing, kindNone, {}},
         {"CmeErrorWithQuotedDetail", "AT+CSCA?", "+CME ERROR: \"SIM not inserted\"\r\n",
-            0, kindError, 0, {"SIM not inserted"}},
-        {"ShortCmeForm", "AT+RNGI", "+CME: 10\r\n", 0, kindError, 0, {"10"}},
-        {"ErrorTextInsideAPlainLine", "AT+CGMI", "Vendor +CME: 3\r\n", 0, kindError, 0, {"3"}},
-        {"HeadWithoutPlusRepaired", "AT+CGMI", "CGMI: WAVECOM\r\n", 1, kindHeadLine, 0, {}},
-        {"FixedHeadQueryAnswered", "AT+RNGI", "+RNGI: 3,\"tones\"\r\n", 1, kindHeadLine, 0, {}},
+            kError, kindError, {"SIM not inserted"}},
+        {"ShortCmeForm", "AT+RNGI", "+CME: 10\r\n", kError, kindError, {"10"}},
+        {"ErrorTextInsideAPlainLine", "AT+CGMI", "Vendor +CME: 3\r\n", kError, kindError, {"3"}},
+        {"HeadWithoutPlusRepaired", "AT+CGMI", "CGMI: WAVECOM\r\n", kInformation, kindHeadLine, {}},
+        {"FixedHeadQueryAnswered", "AT+RNGI", "+RNGI: 3,\"tones\"\r\n", kInformation, kindHeadLine, {}},
         {"FixedHeadQueryRefusesOtherHead", "AT+RNGI", "+CMTI: \"SM\",1\r\n",
-            0, kindHeadLine, 0, {"Response head error for \"+CMTI: \"SM\",1\r\"!"}},
+            kNothing, kindHeadLine, {"Response head error for \"+CMTI: \"SM\",1\r\"!"}},
         {"FixedHeadQueryRefusesPlainText", "AT+IMGINF", "Nokia\r\n",
-            0, kindPlainText, 0, {"Response head error for \"Nokia\r\"!"}},
+            kNothing, kindPlainText, {"Response head error for \"Nokia\r\"!"}},
+        {"FixedHeadQueryRefusesUnknownHead", "AT+RNGI", "+XYZ: 1\r\n",
+            kNothing, kindNone, {kNoRowForXyz, "Response head error for \"+XYZ: 1\r\"!"}},
         {"DataReadRefusesPlainText", "AT+RNGR=3", "0A0B0C\r\n",
-            0, kindPlainText, 0, {"RESPONSE head error for \"0A0B0C\r\"!"}},
+            kNothing, kindPlainText, {"RESPONSE head error for \"0A0B0C\r\"!"}},
         {"DataReadRefusesOtherHead", "AT+IMGR=2", "+RNGR: \"x\",\"0A\"\r\n",
-            0, kindHeadLine, 0, {"Response head error for \"+RNGR: \"x\",\"0A\"\r\"!"}},
-        {"DataReadAnswered", "AT+RNGR=2", "+RNGR: \"x\",\"0A0B\"\r\n", 1, kindHeadLine, 0, {}},
+            kNothing, kindHeadLine, {"Response head error for \"+RNGR: \"x\",\"0A\"\r\"!"}},
+        {"DataReadAnswered", "AT+RNGR=2", "+RNGR: \"x\",\"0A0B\"\r\n", kInformation, kindHeadLine, {}},
         {"OpeningRefusesAnyLine", "AT", "+CMTI: \"ME\",1\r\n",
-            0, kindHeadLine, 0, {"Response error for \"+CMTI: \"ME\",1\r\"!"}},
+            kNothing, kindHeadLine, {"Response error for \"+CMTI: \"ME\",1\r\"!"}},
         {"EchoOffRefusesPlainText", "ATE0", "hello\r\n",
-            0, kindPlainText, 0, {"Response error for \"hello\r\"!"}},
+            kNothing, kindPlainText, {"Response error for \"hello\r\"!"}},
         {"IllegalParameter", "AT+CSQ", "+CSQ: 18,x9\r\n",
-            0, kindHeadLine, 0, {"There is some inlegal parameter in +CSQ: 18,x9\r!"}},
+            kNothing, kindHeadLine, {"There is some inlegal parameter in +CSQ: 18,x9\r!"}},
         {"PlusWithoutSeparatorIsIllegal", "AT+CSQ", "+CSQ\r\n",
-            0, kindNone, 0, {"There is some inlegal parameter in +CSQ\r!"}},
-        {"LineOutOfTurn", "AT+CPBR=1", "+CMTI: \"SM\",1\r\n", 1, kindHeadLine, 1, {}, "+CMTI"},
+            kNothing, kindNone, {"There is some inlegal parameter in +CSQ\r!"}},
+        {"LineOutOfTurn", "AT+CPBR=1", "+CMTI: \"SM\",1\r\n", kNotice, kindHeadLine, {}, "+CMTI"},
         {"UnknownHeadOutOfTurn", "AT+CPBR=1", "+XYZ: 1\r\n",
-            1, kindNone, 1, {kNoRowForXyz, kNoRowForXyz}, "+XYZ"},
+            kNotice, kindNone, {kNoRowForXyz, kNoRowForXyz}, "+XYZ"},
         {"IllegalLineOfAnotherHead", "AT+CPBR=1", "+CMTI: 1,x\r\n",
-            0, kindHeadLine, 0, {"There is some inlegal parameter in +CMTI: 1,x\r!"}},
-        {"NoLineEnd", "AT", "OK", 0, kindNone, 0, {"Response error for \"OK\"!"}},
-        {"CutByAZeroByte", "AT+CSQ", "+CSQ: 1",
-            0, kindNone, 0, {"Response error for \"+CSQ: 1\"!"}},
-        {"WhiteSpaceOnly", "AT", " \t\r\n", 0, kindNone, 0, {"Response error for \"\"!"}},
-        {"NoCarrierToADial", "ATD0301234567;", "NO CARRIER\r\n", 1, kindPlainText, 0, {}},
-        {"ServiceLineOutsideACall", "AT+CPBR=1", "+CLIP: 0,1\r\n", 1, kindHeadLine, 1, {}, "+CLIP"},
+            kNothing, kindHeadLine, {"There is some inlegal parameter in +CMTI: 1,x\r!"}},
+        {"NoLineEnd", "AT", "OK", kNothing, kindNone, {"Response error for \"OK\"!"}},
+        {"CutByAZeroByte", "AT+CSQ", "+CSQ: 1", kNothing, kindNone, {"Response error for \"+CSQ: 1\"!"}},
+        {"WhiteSpaceOnly", "AT", " \t\r\n", kNothing, kindNone, {"Response error for \"\"!"}},
+        {"EmptyFromALeadingZeroByte", "AT", "", kNothing, kindNone, {}},
+        {"NoCarrierToADial", "ATD0301234567;", "NO CARRIER\r\n", kInformation, kindPlainText, {}},
+        {"ServiceLineOutsideACall", "AT+CPBR=1", "+CLIP: 0,1\r\n", kNotice, kindHeadLine, {}, "+CLIP"},
     };
     // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        CATResponseMatcher matcher;
-        EXPECT_EQ(matcher.MatchSolicited(c.command, c.line), c.returned);
-        EXPECT_EQ(matcher.current.kind, c.kind);
-        EXPECT_EQ(matcher.current.outOfTurn, c.outOfTurn);
-        EXPECT_EQ(errors_.Take(), c.reports);
-        EXPECT_EQ(matcher.pendingLine, c.pendingLine);
+        ATResponseRecord record;
+        const ClassifiedLine line = MatchSolicited(c.command, c.line, {}, record);
+        EXPECT_EQ(line.role, c.role);
+        EXPECT_EQ(record.kind, c.kind);
+        EXPECT_EQ(line.reports, c.reports);
+        EXPECT_EQ(line.head, c.head);
     }
 }
 
-TEST_F(Matcher, UnsolicitedLines) {
+// The record the decoders read: the line without its leading blanks and its
+// LF, or the detail of an error line.
+TEST(MatchSolicited, StoresTheLineWithoutBlanksAndItsLineFeed) {
+    ATResponseRecord record;
+    ASSERT_EQ(MatchSolicited("AT+CSQ", "  +CSQ: 18,99\r\n", {}, record).role,
+              LineRole::kInformation);
+    EXPECT_EQ(record.text, "+CSQ: 18,99\r");
+    EXPECT_EQ(record.lineLength, 12u);
+    EXPECT_EQ(record.responseCode, 9u);
+    EXPECT_EQ(Nodes(record), (std::vector<std::string>{"18", "99"}));
+    MatchSolicited("AT+CMGR=2", "+CMS ERROR: \"bad index\"\r\n", {}, record);
+    EXPECT_EQ(record.firstParam.type, paramErrorText);
+    EXPECT_EQ(record.firstParam.text, "bad index");
+    EXPECT_EQ(record.firstParam.lastIndex, 8);
+    EXPECT_EQ(Nodes(record).size(), 1u) << "nothing of the line before is left";
+}
+
+TEST(MatchSolicited, OnlyADialFindsTheServiceReplyKind) {
+    const struct {
+        const char* command;
+        const char* line;
+        std::optional<uint32_t> kind;
+    } cases[] = {
+        {"ATH", "+CLIP: 0,1\r\n", std::nullopt},
+        {"ATD0301234;", "NO CARRIER\r\n", std::nullopt},
+        {"ATD*#30#;", "+CLIP: 0,1\r\n", 1},
+        {"ATD*#31#;", "+CLIR: 0,1\r\n", 2},
+        {"ATD*#43#;", "+CCWA: 1,1\r\n", 6},
+        {"ATD*#21#;", "+CCFC: 0,1\r\n", 5},
+        {"ATD**04*1234#;", "+CLCK: 1\r\n", 0},
+        {"ATD0301234;", "+CLCC: 1,0,0,0,0\r\n", std::nullopt},  // a call head, no service line
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.command) + " " + c.line);
+        ATResponseRecord record;
+        const ClassifiedLine line = MatchSolicited(c.command, c.line, {}, record);
+        EXPECT_EQ(line.role, LineRole::kInformation);
+        EXPECT_EQ(line.serviceReplyKind, c.kind);
+        EXPECT_TRUE(line.reports.empty());
+    }
+}
+
+TEST(MatchUnsolicited, EveryKindOfLine) {
     struct Case {
         const char* name;
         std::string line;
@@ -107,6 +148,7 @@ TEST_F(Matcher, UnsolicitedLines) {
     };
     // clang-format off
     const Case cases[] = {
+        {"MessageStored", "+CMTI: \"ME\",1\r\n", "+CMTI", kindHeadLine, 29, {"ME", "1"}, {}},
         {"MessageListWithOmitted", "+CMGL: 1,0,,23\r\n", "+CMGL",
             kindHeadLine, 49, {"1", "0", "", "23"}, {}},
         {"IdentificationLineStaysWhole", "+CGMI: Nokia\r\n", "+CGMI",
@@ -121,6 +163,8 @@ TEST_F(Matcher, UnsolicitedLines) {
         {"Empty", "", "", kindNone, 83, {""}, {"Unsolicited\tresponse head error for !"}},
         {"HeadTooLong", "+ABCDEFGH: 1\r\n", "+ABCDEFGH", kindNone, 83, {""}, {}},
         {"ErrorLineWhileIdle", "+CME ERROR: 10\r\n", "+CME ERROR", kindNone, 83, {""}, {}},
+        {"UnknownHead", "+XYZ: 1\r\n", "+XYZ", kindNone, 83, {""},
+            {"Can't find the matched response code for +XYZ: 1\r\n!"}},
         {"IllegalParameter", "+CREG: 2,1,\"x\"\r\n", "",
             kindHeadLine, 40, {"2", "1", "x"},
             {"There is some inlegal parameter in Unsolicited response of +CREG: 2,1,\"x\"\r\n!"}},
@@ -131,94 +175,62 @@ TEST_F(Matcher, UnsolicitedLines) {
     // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        CATResponseMatcher matcher;
-        EXPECT_EQ(matcher.MatchUnsolicited(c.line), c.head);
-        const ATResponseRecord& r = matcher.current;
-        EXPECT_EQ(r.kind, c.kind);
-        EXPECT_EQ(r.outOfTurn, 1u);
-        EXPECT_EQ(r.responseCode, c.responseCode);
-        std::vector<std::string> nodes;
-        for (const ATResponseParam* p = &r.firstParam; p != nullptr; p = p->next) {
-            nodes.push_back(p->text);
-        }
-        EXPECT_EQ(nodes, c.nodes);
-        EXPECT_EQ(errors_.Take(), c.reports);
+        ATResponseRecord record;
+        const ClassifiedLine line = MatchUnsolicited(c.line, {}, record);
+        EXPECT_EQ(line.head, c.head);
+        EXPECT_EQ(line.role, c.head.empty() ? LineRole::kNothing : LineRole::kNotice);
+        EXPECT_EQ(record.kind, c.kind);
+        EXPECT_EQ(record.responseCode, c.responseCode);
+        EXPECT_EQ(Nodes(record), c.nodes);
+        EXPECT_EQ(line.reports, c.reports);
     }
-    // No read form beyond the broadcast one has a row.
-    messageReadForm = 3;
-    EXPECT_EQ(matcher_.MatchUnsolicited("+CMGR: 1\r\n"), "+CMGR");
-    EXPECT_EQ(matcher_.current.kind, kindNone);
-    EXPECT_EQ(errors_.Take(), (Reports{"Can't find the matched response code for +CMGR: 1\r\n!"}));
 }
 
-TEST_F(Matcher, StoresTheLineWithoutBlanksAndItsLineFeed) {
-    ASSERT_EQ(matcher_.MatchSolicited("AT+CSQ", "  +CSQ: 18,99\r\n"), 1);
-    EXPECT_EQ(matcher_.current.text, "+CSQ: 18,99\r");
-    EXPECT_EQ(matcher_.current.lineLength, 12u);
-    EXPECT_EQ(matcher_.current.responseCode, 9u);
-    EXPECT_EQ(matcher_.MatchSolicited("AT+CMGR=2", "+CMS ERROR: \"bad index\"\r\n"), 0);
-    EXPECT_EQ(matcher_.current.firstParam.type, paramErrorText);
-    EXPECT_EQ(matcher_.current.firstParam.text, "bad index");
-    EXPECT_EQ(matcher_.current.firstParam.lastIndex, 8);
-    // 256 characters of detail are cut to the error field, which keeps its
-    // terminator; 257 are refused and leave the field empty.
-    const std::string detail256(256, 'e');
-    errors_.Take();
-    matcher_.MatchSolicited("AT", "+CME ERROR: " + detail256 + "\r\n");
-    EXPECT_EQ(errors_.Take(), Reports{detail256.substr(0, 255)});
-    matcher_.MatchSolicited("AT", "+CME ERROR: " + detail256 + "e\r\n");
-    EXPECT_EQ(errors_.Take(), Reports{""});
-}
-
-TEST_F(Matcher, OnlyADialSetsTheServiceReplyKind) {
-    struct Case {
-        const char* command;
+// The message forms choose the grammar row of "+CMGL" and "+CMGR" lines; no
+// read form beyond the broadcast one has a row.
+TEST(MatchUnsolicited, MessageFormsChooseTheRow) {
+    const struct {
         const char* line;
-        uint32_t kind;
+        ReplySelectors selectors;
+        uint32_t responseCode;
+    } cases[] = {
+        {"+CMGL: 1\r\n", {.messageListForm = 0}, 49}, {"+CMGL: 1\r\n", {.messageListForm = 5}, 50},
+        {"+CMGR: 1\r\n", {.messageReadForm = 0}, 34}, {"+CMGR: 1\r\n", {.messageReadForm = 1}, 35},
+        {"+CMGR: 1\r\n", {.messageReadForm = 2}, 36}, {"+CMGR: 1\r\n", {.messageReadForm = 3}, 83},
     };
-    const Case cases[] = {
-        {"ATH", "+CLIP: 0,1\r\n", kNoServiceReply},
-        {"ATD0301234;", "NO CARRIER\r\n", kNoServiceReply},
-        {"ATD*#30#;", "+CLIP: 0,1\r\n", 1},
-        {"ATD*#31#;", "+CLIR: 0,1\r\n", 2},
-        {"ATD*#43#;", "+CCWA: 1,1\r\n", 6},
-        {"ATD*#21#;", "+CCFC: 0,1\r\n", 5},
-        {"ATH", "+CLCK: 1\r\n", 5},  // a hang-up leaves the last finding alone
-        {"ATD**04*1234#;", "+CLCK: 1\r\n", 0},
-        {"ATD0301234;", "+CLCC: 1,0,0,0,0\r\n", 0},  // a call head, no service line
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.command) + " " + c.line);
-        EXPECT_EQ(matcher_.MatchSolicited(c.command, c.line), 1);
-        EXPECT_EQ(matcher_.current.outOfTurn, 0u);
-        EXPECT_EQ(serviceReplyKind.load(), c.kind);
+    for (const auto& c : cases) {
+        ATResponseRecord record;
+        const ClassifiedLine line = MatchUnsolicited(c.line, c.selectors, record);
+        EXPECT_EQ(record.responseCode, c.responseCode) << c.line << c.selectors.messageReadForm;
+        EXPECT_EQ(line.reports.size(), c.responseCode == 83 ? 1u : 0u);
     }
-    EXPECT_TRUE(errors_.Take().empty());
 }
 
 // Lines built from the bytes that steer the recogniser, in random order, as
 // a faulty or hostile phone might send them. Whatever comes, a line gives a
-// consistent record, and an accepted line is never an error.
-TEST_F(Matcher, EveryNoisyLineGivesAConsistentRecord) {
+// consistent record, and a line to decode is never an error line.
+TEST(MatchSolicited, EveryNoisyLineGivesAConsistentRecord) {
     const std::string alphabet = "+:=,-()\" \r\nAZCMEORSI0159\x01\xFF";
     const char* commands[] = {"AT", "AT+CPBR=1", "AT+RNGI", "AT+IMGR=2", "ATD123;", "AT+CGMI"};
     std::mt19937 random(7);
+    ATResponseRecord record;
     for (int i = 0; i < 3000; ++i) {
         std::string line;
         for (std::size_t k = random() % 60; k > 0; --k)
             line += alphabet[random() % alphabet.size()];
         if (random() % 2 == 0) line += "\r\n";
         SCOPED_TRACE(line);
-        const int accepted = matcher_.MatchSolicited(commands[i % std::size(commands)], line);
-        ASSERT_TRUE(accepted == 0 || accepted == 1);
-        ASSERT_TRUE(accepted == 0 || matcher_.current.kind != kindError);
-        ASSERT_LE(matcher_.current.ParamCount(), line.size() + 1);
-        for (const ATResponseParam* p = &matcher_.current.firstParam; p != nullptr; p = p->next) {
+        const ClassifiedLine c =
+            MatchSolicited(commands[i % std::size(commands)], line, {}, record);
+        ASSERT_EQ(c.role == LineRole::kError, record.kind == kindError);
+        ASSERT_EQ(c.role == LineRole::kNotice, !c.head.empty());
+        const std::vector<std::string> nodes = Nodes(record);
+        ASSERT_LE(nodes.size(), line.size() + 1);
+        for (const ATResponseParam* p = &record.firstParam; p != nullptr; p = p->next) {
             ASSERT_TRUE(p->text.empty() || p->lastIndex == int32_t(p->text.size()) - 1);
         }
-        matcher_.MatchUnsolicited(line);
-        ASSERT_EQ(matcher_.current.outOfTurn, 1u);
-        errors_.Take();
+        const bool notice = MatchUnsolicited(line, {}, record).role == LineRole::kNotice;
+        ASSERT_EQ(notice, record.allLegal == 1 && !line.empty());
     }
 }
 

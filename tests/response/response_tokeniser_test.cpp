@@ -128,7 +128,7 @@ TEST(WalkParameters, ManyParametersMakeOneNodeEach) {
     for (int i = 0; i < 5000; ++i) rest += "1,";
     ATResponseRecord record;
     WalkParameters(rest + "1\r\n", record, kTextAndNumberRow);
-    EXPECT_EQ(record.ParamCount(), 5001u);
+    EXPECT_EQ(Nodes(record).size(), 5001u);
     EXPECT_EQ(record.allLegal, 1u);
 }
 

@@ -9,8 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "decode/solicited_decoder.h"
-
 namespace velk::cli {
 namespace {
 
@@ -25,8 +23,6 @@ Outcome Decode(const std::vector<std::string>& args, const std::string& input) {
     std::ostringstream out;
     std::ostringstream err;
     int code = RunDecode(args, CommandIo{in, out, err});
-    // The selectors are process-wide; leave them as the library starts.
-    SetMessageForms(0, 0);
     return {code, out.str(), err.str()};
 }
 
@@ -84,6 +80,12 @@ const DecodeRow kDecodeRows[] = {
       R"j({"resultId":56,"form":"ReportMessageStored","store":"SM","index":3})j",
       R"j({"resultId":14,"form":"ResultPhonebookEntry","index":2,"number":"+50","numberType":129,"text":"Dad"})j",
       R"j({"resultId":1,"form":"ResultDone","commandId":13})j"}},
+    {"each service line of a dial is read in the form its own head chose",
+     {"--id", "142", "--command", "ATD*#43#;"},
+     "+CCWA: 1,1,\"+49\",145\n+CLIP: 0,1\nOK\n",
+     {R"j({"resultId":112,"form":"ResultServiceDetail","status":1,"class":1,"number":"+49","numberType":145})j",
+      R"j({"resultId":107,"form":"ResultServiceState","values":[0,1]})j",
+      R"j({"resultId":1,"form":"ResultDone","commandId":142})j"}},
     {"after the final reply every line takes the idle path",
      {"--id", "13", "--command", "AT+CPBR=1"},
      "OK\n+CPBR: 1,\"+49\",129,\"Mum\"\n+CMTI: \"SM\",4\n",

@@ -1,9 +1,5 @@
 #include "velkport/decode_session.h"
 
-#include <cstring>
-#include <new>
-
-#include "decode/solicited_decoder.h"
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
 
@@ -35,41 +31,23 @@ DecodeSession::DecodeSession(const DecodeSetup& setup, BlockSink sink)
           received_.emplace_back(line, length);
           PostThreadMessage(self_, AT_MSG_LINE_RECEIVED, 0, 0);
       }) {
-    SetMessageForms(setup.listForm, setup.readForm);
-
     CATWorkerThread::Setup workerSetup;
     workerSetup.sharedQueues = false;
     workerSetup.serialLink = false;
-    workerSetup.link.takeLine = [this](char*& buffer, uint32_t& length) {
+    workerSetup.selectors.messageListForm = setup.listForm;
+    workerSetup.selectors.messageReadForm = setup.readForm;
+    workerSetup.link.takeText = [this](std::string& line) {
         if (received_.empty()) return false;
-        const std::string& line = received_.front();
-        // As the receive queue does: the bytes and a terminator not counted.
-        buffer = new (std::nothrow) char[line.size() + 1];
-        if (buffer == nullptr) return false;
-        std::memcpy(buffer, line.data(), line.size());
-        buffer[line.size()] = '\0';
-        length = static_cast<uint32_t>(line.size());
+        line.swap(received_.front());
         received_.pop_front();
         return true;
     };
-    workerSetup.link.releaseLine = [](char*& buffer) {
-        delete[] buffer;
-        buffer = nullptr;
-    };
     // Nothing is sent: the command counts as sent already.
-    workerSetup.link.sendCommand = [](std::string& text) {
-        text = InCapitals(text);
-        return 1;
-    };
-    worker_ = std::make_unique<CATWorkerThread>(workerSetup);
-
     if (!setup.unsolicited) {
-        // What the dispatcher leaves behind once it has sent the command.
-        worker_->decoder.currentCommand = setup.commandId;
-        worker_->commandText = InCapitals(setup.commandText);
-        worker_->commandArmed = 1;
-        worker_->sendState = kSendWaiting;
+        workerSetup.commandInFlight =
+            CATWorkerThread::CommandInFlight{setup.commandId, InCapitals(setup.commandText)};
     }
+    worker_ = std::make_unique<CATWorkerThread>(std::move(workerSetup));
 }
 
 DecodeSession::~DecodeSession() {
@@ -96,21 +74,17 @@ void DecodeSession::Drain() {
     while (PeekThreadMessage(message)) {
         if (IsResultMessage(message)) {
             DeliverBlock(message);
-        } else if (message.message == AT_MSG_LINE_RECEIVED ||
-                   message.message == AT_MSG_REPLY_UNSOLICITED) {
+        } else if (message.message == AT_MSG_LINE_RECEIVED) {
             worker_->HandleMessage(message);
         }
     }
 }
 
 void DecodeSession::DeliverBlock(const ThreadMessage& message) {
-    struct Freer {
-        void operator()(ATCommandBlock* block) const { FreeResultBlock(block); }
-    };
-    std::unique_ptr<ATCommandBlock, Freer> block(BlockOf(message));
+    ResultBlockPtr block(BlockOf(message));
     // The head of the last line the unsolicited decoder chose by: a block of
     // its posting is delivered before any later line is read.
-    const FormChoice choice{readForm_, worker_->decoder.replyText};
+    const FormChoice choice{readForm_, worker_->ReplyText()};
     sink_(*block, choice);
 }
 

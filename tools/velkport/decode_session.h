@@ -6,8 +6,8 @@
 // the worker (a real CATWorkerThread whose message handler is called
 // directly, with no thread of its own) and the transfer thread (the blocks
 // are posted to the caller's own queue). Because all three share one queue,
-// the blocks come out in the order the worker posts them, and a line out of
-// turn is decoded right after the line that announced it.
+// the blocks come out in the order the worker posts them, those of one line
+// before any later line is read.
 #pragma once
 
 #include <cstdint>
