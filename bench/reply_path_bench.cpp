@@ -119,7 +119,8 @@ class ReplyPath {
             if (message.message == AT_MSG_LINE_RECEIVED) {
                 while (reader_.TakeLine(lineText_)) {
                     const ClassifiedLine line =
-                        MatchSolicited(command_, std::move(lineText_), selectors_, record_);
+                        MatchSolicited(command_, HeadsOf(commandId_, command_),
+                                       std::move(lineText_), selectors_, record_);
                     count(stages.reading);
                     if (line.role != LineRole::kInformation) continue;
                     DecodedBlocks blocks = DecodeSolicitedResult(commandId_, record_, selectors_);

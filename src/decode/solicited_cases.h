@@ -1,4 +1,6 @@
-// The table of cases of the solicited decoder: for each command id that has an
+// How the solicited decoder finds the form of an information line: by the
+// decoder case in the command's row (engine/command_table.h), then in the
+// table of result forms. For each command id that has an
 // information line, the result id its line gives; the form's fields come from
 // the table of result forms.
 #pragma once

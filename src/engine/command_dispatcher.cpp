@@ -14,6 +14,7 @@ namespace velk {
 
 void CATWorkerThread::BuildCommandText(int32_t id, ATCommandBlock& block) {
     commandText = velk::BuildCommandText(id, block, currentCommand);
+    commandHeads = HeadsOf(currentCommand, commandText);
     commandArmed = 1;
 }
 

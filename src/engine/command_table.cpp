@@ -223,4 +223,10 @@ const CommandRow* FindCommandRow(int32_t id) {
     return found;
 }
 
+ReplyHeads HeadsOf(int32_t id, std::string_view sentText) {
+    if (sentText.empty()) return ReplyHeads::kOwnHead;
+    const CommandRow* row = FindCommandRow(id);
+    return row != nullptr ? row->heads : ReplyHeads::kOwnHead;
+}
+
 }  // namespace velk

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 namespace velk {
 
@@ -112,5 +113,10 @@ std::span<const CommandRow> CommandRows();
 
 // The row of `id`, or nullptr when the id has none.
 const CommandRow* FindCommandRow(int32_t id);
+
+// The reply lines the command in flight takes: those of the row of `id`, or
+// kOwnHead when `sentText` is empty — an id without a text sends nothing of
+// its own and must not borrow the rule of the command before it.
+ReplyHeads HeadsOf(int32_t id, std::string_view sentText);
 
 }  // namespace velk

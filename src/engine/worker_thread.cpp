@@ -68,6 +68,7 @@ CATWorkerThread::CATWorkerThread(Setup setup)
     if (setup_.commandInFlight) {
         currentCommand = setup_.commandInFlight->id;
         commandText = setup_.commandInFlight->text;
+        commandHeads = HeadsOf(currentCommand, commandText);
         commandArmed = 1;
         sendState = kSendWaiting;
     }
@@ -192,7 +193,8 @@ void CATWorkerThread::OnLineReceived() {
 void CATWorkerThread::ReadSolicitedLine() {
     // Every line from the phone restarts the time-out.
     lastActivityTick = GetTickCount();
-    ClassifiedLine line = MatchSolicited(commandText, std::move(lineText_), selectors, lineRecord_);
+    ClassifiedLine line =
+        MatchSolicited(commandText, commandHeads, std::move(lineText_), selectors, lineRecord_);
     if (line.serviceReplyKind) selectors.serviceReplyKind = *line.serviceReplyKind;
     PostReports(line.reports);
     switch (line.role) {

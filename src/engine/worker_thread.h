@@ -108,6 +108,8 @@ class CATWorkerThread {
     ParkedCommands parkedCommands;
     uint32_t commandArmed = 0;
     std::string commandText;
+    // Which reply lines the command in flight takes, from its row.
+    ReplyHeads commandHeads = ReplyHeads::kOwnHead;
     // Id of the command in flight, set when its text is built.
     int32_t currentCommand = 0;
     ReplySelectors selectors;

@@ -34,26 +34,6 @@ constexpr std::array<ServiceReply, 8> kServiceReplies = {{
     {"+EXATDST", 7},
 }};
 
-struct ExpectedHead {
-    std::string_view command;
-    std::string_view head;
-};
-// Queries whose only information line is their own head: any other line
-// during them is an error, even a genuine unsolicited one.
-constexpr std::array<ExpectedHead, 4> kFixedHeadQueries = {{
-    {"AT+IMGINF", "+IMGINF"},
-    {"AT+RNGI", "+RNGI"},
-    {"AT+CPIN?", "+CPIN"},
-    {"AT+LOGOINF", "+LOGOINF"},
-}};
-// Reads of a chunk of tone, image or logo data: matched by the start of the
-// command, since the chunk number follows.
-constexpr std::array<ExpectedHead, 3> kDataReadCommands = {{
-    {"AT+IMGR=", "+IMGR"},
-    {"AT+RNGR=", "+RNGR"},
-    {"AT+LOGOR=", "+LOGOR"},
-}};
-
 // Error lines with a head; the first found anywhere in the line wins over
 // whatever head the line has.
 constexpr std::array<std::string_view, 3> kErrorMarks = {"+CME ERROR:", "+CMS ERROR:", "+CME:"};
@@ -69,7 +49,7 @@ ClassifiedLine Refused(ClassifiedLine&& out, std::string_view pattern, std::stri
 }  // namespace
 
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the worker's order
-ClassifiedLine MatchSolicited(std::string_view commandText, std::string line,
+ClassifiedLine MatchSolicited(std::string_view commandText, ReplyHeads heads, std::string line,
                               const ReplySelectors& selectors, ATResponseRecord& record) {
     const std::string_view command = commandText;
     ClassifiedLine out;
@@ -152,32 +132,37 @@ ClassifiedLine MatchSolicited(std::string_view commandText, std::string line,
         return Refused(std::move(out), kReportHeadError, record.text);
     }
 
-    const std::string lineHead(SpanExcludingView(line, kHeadEnds));
-    for (const ExpectedHead& q : kFixedHeadQueries) {
-        if (!Equal(command, q.command)) continue;
-        if (record.kind != kindHeadLine || !Equal(lineHead, q.head)) {
-            return Refused(std::move(out), kReportHeadError, record.text);
-        }
-    }
-    for (const ExpectedHead& r : kDataReadCommands) {
-        if (!BeginsWith(command, r.command)) continue;
-        if (record.kind != kindHeadLine) {
-            return Refused(std::move(out), kReportDataHeadError, record.text);
-        }
-        if (!Equal(lineHead, r.head)) return Refused(std::move(out), kReportHeadError, record.text);
-    }
-    // The opening commands carry no information: anything but the echo and
-    // the final result is wrong.
-    if (Equal(command, "AT") || Equal(command, "ATE0")) {
-        return Refused(std::move(out), kReportResponseError, record.text);
-    }
-    if (record.allLegal == 0) return Refused(std::move(out), kReportIllegalParam, record.text);
-
     // The head the command asks for: "AT+CPBR=1" and "AT+CPBR=?" both expect
     // "+CPBR"; a dial text has no "+" and stays as it is.
     static constexpr ByteSet kCommandHeadEnds("=?\r");
     std::string expected(SpanExcludingView(command, kCommandHeadEnds));
     if (Contains(expected, "+")) expected = TrimLeft(expected, "AT");
+
+    const std::string lineHead(SpanExcludingView(line, kHeadEnds));
+    switch (heads) {
+        case ReplyHeads::kOwnHead:
+            break;
+        case ReplyHeads::kFixedHead:
+            // Only its own head, even a genuine unsolicited line is wrong here.
+            if (record.kind != kindHeadLine || !Equal(lineHead, expected)) {
+                return Refused(std::move(out), kReportHeadError, record.text);
+            }
+            break;
+        case ReplyHeads::kDataRead:
+            if (record.kind != kindHeadLine) {
+                return Refused(std::move(out), kReportDataHeadError, record.text);
+            }
+            if (!Equal(lineHead, expected)) {
+                return Refused(std::move(out), kReportHeadError, record.text);
+            }
+            break;
+        case ReplyHeads::kOpening:
+            // The opening commands carry no information: anything but the
+            // echo and the final result is wrong.
+            return Refused(std::move(out), kReportResponseError, record.text);
+    }
+    if (record.allLegal == 0) return Refused(std::move(out), kReportIllegalParam, record.text);
+
     // Plain text lines belong to the command: the text behind a "+CMGR" head
     // line, the headless answer to "AT+CGMI".
     if (Equal(lineHead, expected) || callHead || record.firstParam.rawLine == 1) {

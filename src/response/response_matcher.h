@@ -20,6 +20,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/command_table.h"
 #include "platform/string_ops.h"
 #include "response/reply_forms.h"
 #include "response/response_record.h"
@@ -71,11 +72,12 @@ struct ClassifiedLine {
 };
 
 // A line while a command waits for its reply. `commandText`: the command in
-// flight, in capitals, without line end. `line`: the line with its CR LF, cut
+// flight, in capitals, without line end; `heads`: which lines its row takes
+// as its reply (kOwnHead for a text no row sends). `line`: the line with its CR LF, cut
 // at a zero byte. An empty line (the phone sent a zero byte first) is nothing
 // and draws no report. A line of another origin becomes a kNotice, classified
 // anew from its own text into `record`.
-ClassifiedLine MatchSolicited(std::string_view commandText, std::string line,
+ClassifiedLine MatchSolicited(std::string_view commandText, ReplyHeads heads, std::string line,
                               const ReplySelectors& selectors, ATResponseRecord& record);
 
 // A line while no command waits: kNotice with the head the unsolicited

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/command_catalogue.h"
 #include "response/response_grammar.h"
 
 namespace velk {
@@ -20,6 +21,25 @@ std::vector<std::string> Nodes(const ATResponseRecord& record) {
         nodes.push_back(p->text);
     }
     return nodes;
+}
+
+// The reply heads the worker gives a command: those of its row, found by its
+// text as the builder writes it (exact, or the longest text ending in "=").
+ReplyHeads Heads(std::string_view command) {
+    const CommandRow* best = nullptr;
+    for (const CatalogueEntry& entry : CatalogueEntries()) {
+        const std::string_view text = entry.text;
+        if (text == command) return entry.heads;
+        if (text.ends_with('=') && command.starts_with(text) &&
+            (best == nullptr || text.size() > std::string_view(best->text).size())) {
+            best = &entry;
+        }
+    }
+    return best != nullptr ? best->heads : ReplyHeads::kOwnHead;
+}
+
+ClassifiedLine Match(std::string_view command, std::string line, ATResponseRecord& record) {
+    return MatchSolicited(command, Heads(command), std::move(line), {}, record);
 }
 
 const std::string kNoRowForXyz = "Can't find the matched response code for +XYZ: 1\r!";
@@ -86,7 +106,7 @@ TEST(MatchSolicited, EveryKindOfLine) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         ATResponseRecord record;
-        const ClassifiedLine line = MatchSolicited(c.command, c.line, {}, record);
+        const ClassifiedLine line = Match(c.command, c.line, record);
         EXPECT_EQ(line.role, c.role);
         EXPECT_EQ(record.kind, c.kind);
         EXPECT_EQ(line.reports, c.reports);
@@ -98,13 +118,12 @@ TEST(MatchSolicited, EveryKindOfLine) {
 // LF, or the detail of an error line.
 TEST(MatchSolicited, StoresTheLineWithoutBlanksAndItsLineFeed) {
     ATResponseRecord record;
-    ASSERT_EQ(MatchSolicited("AT+CSQ", "  +CSQ: 18,99\r\n", {}, record).role,
-              LineRole::kInformation);
+    ASSERT_EQ(Match("AT+CSQ", "  +CSQ: 18,99\r\n", record).role, LineRole::kInformation);
     EXPECT_EQ(record.text, "+CSQ: 18,99\r");
     EXPECT_EQ(record.lineLength, 12u);
     EXPECT_EQ(record.responseCode, 9u);
     EXPECT_EQ(Nodes(record), (std::vector<std::string>{"18", "99"}));
-    MatchSolicited("AT+CMGR=2", "+CMS ERROR: \"bad index\"\r\n", {}, record);
+    Match("AT+CMGR=2", "+CMS ERROR: \"bad index\"\r\n", record);
     EXPECT_EQ(record.firstParam.type, paramErrorText);
     EXPECT_EQ(record.firstParam.text, "bad index");
     EXPECT_EQ(record.firstParam.lastIndex, 8);
@@ -129,7 +148,7 @@ TEST(MatchSolicited, OnlyADialFindsTheServiceReplyKind) {
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.command) + " " + c.line);
         ATResponseRecord record;
-        const ClassifiedLine line = MatchSolicited(c.command, c.line, {}, record);
+        const ClassifiedLine line = Match(c.command, c.line, record);
         EXPECT_EQ(line.role, LineRole::kInformation);
         EXPECT_EQ(line.serviceReplyKind, c.kind);
         EXPECT_TRUE(line.reports.empty());
@@ -220,8 +239,7 @@ TEST(MatchSolicited, EveryNoisyLineGivesAConsistentRecord) {
             line += alphabet[random() % alphabet.size()];
         if (random() % 2 == 0) line += "\r\n";
         SCOPED_TRACE(line);
-        const ClassifiedLine c =
-            MatchSolicited(commands[i % std::size(commands)], line, {}, record);
+        const ClassifiedLine c = Match(commands[i % std::size(commands)], line, record);
         ASSERT_EQ(c.role == LineRole::kError, record.kind == kindError);
         ASSERT_EQ(c.role == LineRole::kNotice, !c.head.empty());
         const std::vector<std::string> nodes = Nodes(record);
