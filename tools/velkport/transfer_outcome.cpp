@@ -99,9 +99,8 @@ std::string BrokenWriteSentence(const OperationEnd& end, std::string_view what, 
     }
     if (end.progress == 0) {
         return "the write of " + target +
-               " stopped before its first frame was known to have gone "
-               "out: the phone's " +
-               target + " may now be incomplete; write it again";
+               " stopped before its first frame was known to have gone out: the phone's " + target +
+               " may now be incomplete; write it again";
     }
     return "the write of " + target + " stopped after at least " +
            std::to_string(std::min(end.progress, frames)) + " of " + std::to_string(frames) +
