@@ -23,6 +23,7 @@
 #include "velkport/cleanup_command.h"
 #include "velkport/device_check.h"
 #include "velkport/device_holder.h"
+#include "velkport/json_text.h"
 #include "velkport/progress_bar.h"
 #include "velkport/transfer_arguments.h"
 #include "velkport/transfer_commands.h"
@@ -240,6 +241,10 @@ TEST_F(TransferCommand, FileReadDropsOneLineEndAtTheEndOnly) {
     EXPECT_EQ(ReadTransferFile(File("crlf"), problem), "ABC");
     WriteFile(File("two"), "ABC\n\n");
     EXPECT_EQ(ReadTransferFile(File("two"), problem), "ABC\n");
+}
+
+TEST(JsonText, APhonesBytesStayValidJson) {
+    EXPECT_EQ(JsonString("a\"b\\\x01\xe9"), "\"a\\\"b\\\\\\u0001\\u00e9\"");
 }
 
 TEST(ProgressBar, LineShowsTheFramesDoneOfAll) {
