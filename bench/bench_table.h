@@ -1,6 +1,6 @@
 // The one table every benchmark program prints: a row per measure, with its
 // value, its target and whether the target is met, in Markdown so that it
-// goes into docs/performance.md as printed.
+// goes into docs/dev/performance.md as printed.
 #pragma once
 
 #include <cstdint>

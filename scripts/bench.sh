@@ -8,8 +8,9 @@
 #   scripts/bench.sh --peers    also gammu and gsmlib side by side, installed
 #                               from Debian's packages when missing
 #   scripts/bench.sh --quick    short transfers and a short idle span
-#   scripts/bench.sh --xon-xoff the library's line with XON/XOFF flow
-#                               (RTS/CTS otherwise)
+#   scripts/bench.sh --flow xonxoff
+#                               the library's line with XON/XOFF flow
+#                               (--flow rtscts, the default, otherwise)
 #
 # VELK_BENCH_BUILD names the build tree (default: build-bench).
 set -euo pipefail
@@ -18,14 +19,22 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${VELK_BENCH_BUILD:-$root/build-bench}
 peers=0
 link_options=()
-for argument in "$@"; do
-  case $argument in
+while [ $# -gt 0 ]; do
+  case $1 in
     --peers) peers=1 ;;
-    --xon-xoff) link_options+=(--xon-xoff) ;;
+    --flow=*|--flow)
+      # The same option and values as velkport's.
+      if [ "$1" = --flow ]; then flow=${2:-}; shift; else flow=${1#--flow=}; fi
+      case $flow in
+        xonxoff) link_options+=(--xon-xoff) ;;
+        rtscts) ;;
+        *) echo "bench.sh: --flow is rtscts or xonxoff, not \"$flow\"" >&2; exit 2 ;;
+      esac ;;
     --quick) link_options+=(--frames 3 --tone-bytes 2000 --idle-seconds 2 --starts 3) ;;
     -h|--help) sed -n '2,15p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
-    *) echo "bench.sh: unknown option $argument" >&2; exit 2 ;;
+    *) echo "bench.sh: unknown option $1" >&2; exit 2 ;;
   esac
+  shift
 done
 
 if [ "$peers" = 1 ]; then

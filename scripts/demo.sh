@@ -11,12 +11,41 @@ set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh" || exit 1
 build=${BUILD_DIR:-$root/build}
-echo "Building velkport and velkport-phone in $build ..."
-if ! { cmake -S "$root" -B "$build" >/dev/null &&
-    cmake --build "$build" --target velkport_program velkport-phone -j "${JOBS:-$(nproc)}" >/dev/null; }; then
-    echo "demo: the build failed" >&2
+# The build's own progress, "[ 45%] Building CXX object ..." (or "[12/200]"
+# with Ninja), as one line redrawn on a terminal, otherwise a line at every
+# tenth; the whole log is shown only when the build fails.
+show_progress() {
+    local line step last_tenth=-1 columns=${COLUMNS:-80}
+    while IFS= read -r line; do
+        printf '%s\n' "$line" >>"$build_log"
+        [[ $line =~ ^\[\ *([0-9]+)%\] || $line =~ ^\[([0-9]+)/([0-9]+)\] ]] || continue
+        step=${BASH_REMATCH[1]}
+        [ -n "${BASH_REMATCH[2]:-}" ] && step=$((100 * step / BASH_REMATCH[2]))
+        if [ -t 1 ]; then
+            printf '\r\033[K  %s' "${line:0:$((columns - 3))}"
+        elif [ $((step / 10)) -gt "$last_tenth" ]; then
+            last_tenth=$((step / 10))
+            echo "  $step % built"
+        fi
+    done
+    [ -t 1 ] && printf '\r\033[K'
+    return 0
+}
+echo "Building velkport and velkport-phone in $build (a few minutes the first time) ..."
+build_log=$(mktemp /tmp/velkport-demo-build-XXXXXX)
+if ! cmake -S "$root" -B "$build" >"$build_log" 2>&1; then
+    cat "$build_log" >&2
+    echo "demo: the configure failed" >&2
     exit 1
 fi
+cmake --build "$build" --target velkport_program velkport-phone -j "${JOBS:-$(nproc)}" 2>&1 |
+    show_progress
+if [ "${PIPESTATUS[0]}" != 0 ]; then
+    tail -n 40 "$build_log" >&2
+    echo "demo: the build failed (the whole log: $build_log)" >&2
+    exit 1
+fi
+rm -f "$build_log"
 velkport=$build/tools/velkport/velkport
 phone=$build/tools/velkport-phone/velkport-phone
 
@@ -89,7 +118,7 @@ step "velkport tone-put 4 Demo; tone-get 4" $? \
     "wrote $(wc -c <"$work/demo-tone") characters to slot 4 and read the same back"
 
 run images
-table=$(awk 'NR > 2 { printf "%s%s: %s frame(s) from frame %s", sep, $1, $2, $3; sep = "; " }' "$work/out")
+table=$(awk 'NR > 2 { printf "%simage %s: %s frame%s from frame %s", sep, $1, $2, ($2 == 1 ? "" : "s"), $3; sep = "; " }' "$work/out")
 [ "$code" = 0 ] && [ -n "$table" ]
 step "velkport images" $? "$table"
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what building and testing Velkport needs, when it is missing.
+# Installs what building, testing and reading Velkport's manual pages needs,
+# when it is missing.
 set -euo pipefail
 need=()
 command -v cmake >/dev/null || need+=(cmake)
@@ -7,6 +8,9 @@ command -v g++ >/dev/null || need+=(g++)
 command -v pkg-config >/dev/null || need+=(pkg-config)
 [ -f /usr/include/gtest/gtest.h ] || need+=(libgtest-dev)
 [ -f /usr/include/gmock/gmock.h ] || need+=(libgmock-dev)
+# What renders the manual pages (man -l), which the install check looks at.
+command -v man >/dev/null || need+=(man-db)
+command -v groff >/dev/null || need+=(groff-base)
 if [ "${VELK_NEED_BENCH:-0}" = 1 ] && [ ! -f /usr/include/benchmark/benchmark.h ]; then
   need+=(libbenchmark-dev)
 fi

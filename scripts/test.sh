@@ -7,7 +7,10 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
 build=${BUILD_DIR:-$root/build}
 jobs=${JOBS:-$(nproc)}
-cmake -S "$root" -B "$build" -DVELK_SANITIZE="${VELK_SANITIZE:-}" ${CMAKE_ARGS:-} >/dev/null
+# The tests are asked for: without GoogleTest the configure fails, rather
+# than the suite passing with nothing in it.
+cmake -S "$root" -B "$build" -DVELK_BUILD_TESTS=ON -DVELK_SANITIZE="${VELK_SANITIZE:-}" \
+  ${CMAKE_ARGS:-} >/dev/null
 cmake --build "$build" -j "$jobs"
 cd "$build"
 ctest --output-on-failure -j "$jobs" --timeout 300

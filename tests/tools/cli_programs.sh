@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # The built programs as a user runs them: what only a real process shows
 # (Ctrl-C, a missing device, velkport-phone in another process).
-#   cli_programs.sh VELKPORT VELKPORT_PHONE [silent]
-# With "silent" only the phone that never answers (three tries of 10 s).
+#   cli_programs.sh VELKPORT VELKPORT_PHONE
 set -u
 velkport=$1
 phone=$2
@@ -48,14 +47,6 @@ stop_phone() {
     kill "$phone_pid" && wait "$phone_pid"
     phone_pid=
 }
-
-if [ "${3:-}" = silent ]; then
-    start_phone --silent
-    expect_exit 5 --device "$device" tones
-    grep -q "no answer from the phone within 10 s: is it connected and switched on?" "$work/err" ||
-        fail "the silent phone's sentence: $(cat "$work/err")"
-    exit $((failures > 0))
-fi
 
 # An image from the built-in phone, written below to the phone in another process.
 expect_exit 0 --simulate image-get 2 -o "$work/f"

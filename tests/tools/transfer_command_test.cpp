@@ -1,5 +1,6 @@
 // The transfer subcommands of `velkport`, run in process against the
 // simulated phone, and the parts they stand on.
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -19,7 +20,10 @@
 #include "platform/tick_clock.h"
 #include "platform/tty_port.h"
 #include "velkport.h"
+#include "velkport/cleanup_command.h"
 #include "velkport/device_check.h"
+#include "velkport/device_holder.h"
+#include "velkport/json_text.h"
 #include "velkport/progress_bar.h"
 #include "velkport/transfer_arguments.h"
 #include "velkport/transfer_commands.h"
@@ -38,13 +42,27 @@ struct Ran {
     std::string err;
 };
 
+// `terminal`: standard output and standard error are terminals.
 Ran Velkport(const std::string& command, const std::vector<std::string>& args,
              const phonesim::SimulatorOptions& phone = {}, bool terminal = false) {
     std::istringstream in;
     std::ostringstream out;
     std::ostringstream err;
-    const int code = RunTransferCommand(command, args, CommandIo{in, out, err, terminal}, phone);
+    const int code =
+        RunTransferCommand(command, args, CommandIo{in, out, err, terminal, terminal}, phone);
     return {code, out.str(), err.str()};
+}
+
+// The same while the library's waits (and the probe's) run on a test clock
+// that moves quickly: a silent phone costs no real time.
+Ran VelkportOnTestClock(const std::string& command, const std::vector<std::string>& args,
+                        const phonesim::SimulatorOptions& phone) {
+    TestTickClock clock{0};
+    auto run = std::async(std::launch::async, [&] { return Velkport(command, args, phone); });
+    while (run.wait_for(std::chrono::milliseconds(2)) != std::future_status::ready) {
+        clock.Advance(500);
+    }
+    return run.get();
 }
 
 std::string ReadFile(const fs::path& path) {
@@ -82,27 +100,29 @@ class TransferCommand : public ::testing::Test {
 TEST(TransferArguments, OptionsAnywhereAndEveryBadOneNamed) {
     struct Row {
         const char* args;
-        std::size_t positionals;
+        const char* positionals;
         unsigned extras;
         std::string problem;  // empty: accepted
     } rows[] = {
-        {"--device /dev/ttyACM0 7 -o f --flow=xonxoff --baud 9600", 1, kExtraOutput, ""},
-        {"2 Anim f --param-first 30 --param-last=4", 3, kExtraParams, ""},
-        {"7", 1, kExtraNone, ""},
-        {"", 1, kExtraOutput, "an argument is missing"},
-        {"1 2", 1, kExtraOutput, "there are arguments too many"},
-        {"1 -o", 1, kExtraOutput, "-o needs a value"},
-        {"1 -o f", 1, kExtraNone, "unknown option \"-o\""},
-        {"--port 0", 0, kExtraNone, "--port needs a port number from 1 to 255, not \"0\""},
-        {"--port 256", 0, kExtraNone, "--port needs a port number from 1 to 255, not \"256\""},
-        {"--baud fast", 0, kExtraNone, "--baud needs a rate in bits per second, not \"fast\""},
-        {"--flow none", 0, kExtraNone, "--flow is rtscts or xonxoff, not \"none\""},
-        {"--simulate=yes", 0, kExtraNone, "--simulate takes no value"},
-        {"--device d --port 1", 0, kExtraNone, "give either --device or --port, not both"},
-        {"--simulate --port 1", 0, kExtraNone,
+        {"--device /dev/ttyACM0 7 -o f --flow=xonxoff --baud 9600", "SLOT", kExtraOutput, ""},
+        {"2 Anim f --param-first 30 --param-last=4", "N NAME FILE", kExtraParams, ""},
+        {"--json --no-probe", "", kExtraJson, ""},
+        {"", "SLOT", kExtraOutput, "the argument SLOT is missing"},
+        {"1", "N NAME FILE", kExtraNone, "the arguments NAME and FILE are missing"},
+        {"1 2 3", "SLOT", kExtraOutput, "2 arguments too many: \"2\" \"3\""},
+        {"1 -o", "SLOT", kExtraOutput, "-o needs a value"},
+        {"1 -o f", "SLOT", kExtraNone, "unknown option \"-o\""},
+        {"--json=yes", "", kExtraJson, "--json takes no value"},
+        {"--port 0", "", kExtraNone, "--port needs a port number from 1 to 255, not \"0\""},
+        {"--port 256", "", kExtraNone, "--port needs a port number from 1 to 255, not \"256\""},
+        {"--baud fast", "", kExtraNone, "--baud needs a rate in bits per second, not \"fast\""},
+        {"--flow none", "", kExtraNone, "--flow is rtscts or xonxoff, not \"none\""},
+        {"--simulate=yes", "", kExtraNone, "--simulate takes no value"},
+        {"--device d --port 1", "", kExtraNone, "give either --device or --port, not both"},
+        {"--simulate --port 1", "", kExtraNone,
          "--simulate talks to the built-in phone: it takes no --device or --port"},
-        {"--slots 0", 0, kExtraSlots, "--slots needs a number from 1 to 255, not \"0\""},
-        {"1 --param-last 300", 1, kExtraParams,
+        {"--slots 0", "", kExtraSlots, "--slots needs a number from 1 to 255, not \"0\""},
+        {"1 --param-last 300", "N", kExtraParams,
          "--param-last needs a number from 0 to 255, not \"300\""},
     };
     for (const Row& row : rows) {
@@ -114,50 +134,73 @@ TEST(TransferArguments, OptionsAnywhereAndEveryBadOneNamed) {
         EXPECT_EQ(parsed.has_value(), row.problem.empty());
     }
     std::string problem;
-    const auto parsed =
-        ParseTransferArgs(Words("--device /dev/x 7 -o f --flow=xonxoff"), 1, kExtraOutput, problem);
+    const auto parsed = ParseTransferArgs(Words("--device /dev/x 7 -o f --flow=xonxoff --no-probe"),
+                                          "SLOT", kExtraOutput, problem);
     ASSERT_TRUE(parsed);
     EXPECT_EQ(parsed->link.device, "/dev/x");
     EXPECT_EQ(parsed->link.flow, FlowControl::kXonXoff);
     EXPECT_EQ(parsed->link.baud, 115200u);
+    EXPECT_FALSE(parsed->link.probe);
     EXPECT_FALSE(parsed->link.UsesSimulator());
     EXPECT_EQ(parsed->positionals, std::vector<std::string>{"7"});
     EXPECT_EQ(parsed->output, "f");
 }
 
 TEST(DeviceCheck, EachFaultIsASentenceThatNamesTheDeviceAndTheWayOut) {
+    const DeviceHolder modemManager{812, "ModemManager"};
+    const DeviceHolder velkport{4242, "velkport"};
     struct Row {
         TtyFault fault;
         int error;
-        std::vector<std::string> says;
+        std::optional<DeviceHolder> holder;
+        std::string says;  // the sentence from its start, or a part of it
     } rows[] = {
-        {TtyFault::kOpenRefused, ENOENT, {"/dev/ttyACM0 does not exist"}},
-        {TtyFault::kOpenRefused, EACCES, {"no permission to open /dev/ttyACM0", "dialout"}},
-        {TtyFault::kOpenRefused, EBUSY, {"/dev/ttyACM0", "ModemManager"}},
-        {TtyFault::kLocked, EWOULDBLOCK, {"/dev/ttyACM0 is in use", "ModemManager"}},
-        {TtyFault::kNotATerminal, 0, {"/dev/ttyACM0 is no serial port"}},
-        {TtyFault::kRateRefused, EINVAL, {"/dev/ttyACM0 refused the rate of 115200 baud"}},
+        {TtyFault::kOpenRefused, ENOENT, {}, "the device /dev/ttyACM0 does not exist"},
+        {TtyFault::kOpenRefused, EACCES, {}, "no permission to open /dev/ttyACM0: add yourself"},
+        {TtyFault::kOpenRefused, EBUSY, velkport,
+         "the device /dev/ttyACM0 is in use by velkport (process 4242)"},
+        {TtyFault::kLocked, EWOULDBLOCK, modemManager,
+         "the device /dev/ttyACM0 is in use by ModemManager (process 812), which probes"},
+        {TtyFault::kLocked,
+         EWOULDBLOCK,
+         {},
+         "the device /dev/ttyACM0 is in use by another program"},
+        {TtyFault::kNotATerminal, 0, {}, "the device /dev/ttyACM0 is no serial port"},
+        {TtyFault::kRateRefused, EINVAL, {}, "/dev/ttyACM0 refused the rate of 115200 baud"},
     };
     for (const Row& row : rows) {
         const std::string sentence =
-            DeviceFaultSentence("/dev/ttyACM0", row.fault, row.error, 115200);
-        for (const std::string& part : row.says) EXPECT_THAT(sentence, HasSubstr(part));
+            DeviceFaultSentence("/dev/ttyACM0", row.fault, row.error, 115200, row.holder);
+        EXPECT_THAT(sentence, HasSubstr(row.says));
+        // ModemManager is named only when it is the holder.
+        EXPECT_EQ(sentence.find("ModemManager") != std::string::npos,
+                  row.holder && row.holder->command == "ModemManager")
+            << sentence;
     }
 }
 
-TEST(DeviceCheck, LooksAtTheRealDeviceAndLetsItGo) {
-    EXPECT_THAT(CheckDevice("/dev/null", 115200, false).value_or(""),
-                HasSubstr("is no serial port"));
+TEST(DeviceCheck, TheHolderIsTheProcessWhoseLockIsOnTheDevice) {
+    // Device 0:25 (hexadecimal 00:19), inode 5.
+    std::istringstream locks(
+        "1: POSIX  ADVISORY  WRITE 900 08:01:5 0 EOF\n"
+        "2: FLOCK  ADVISORY  WRITE 4242 00:19:5 0 EOF\n"
+        "2: -> FLOCK  ADVISORY  WRITE 4243 00:19:5 0 EOF\n");
+    EXPECT_EQ(LockHolderPid(locks, makedev(0, 25), 5), 4242);
+    std::istringstream waiting("2: -> FLOCK  ADVISORY  WRITE 4243 00:19:5 0 EOF\n");
+    EXPECT_EQ(LockHolderPid(waiting, makedev(0, 25), 5), std::nullopt);
+}
+
+TEST(DeviceCheck, OpensTheRealDeviceAsksItAtAndLetsItGo) {
+    InterruptPipe interrupt;
+    EXPECT_THAT(
+        CheckDevice("/dev/null", 115200, false, true, interrupt).value_or(DeviceProblem{}).sentence,
+        HasSubstr("is no serial port"));
     phonesim::PhoneSimulator phone;
     ASSERT_TRUE(phone.Start({}));
-    EXPECT_EQ(CheckDevice(phone.DevicePath(), 115200, false), std::nullopt);
-    EXPECT_EQ(CheckDevice(phone.DevicePath(), 115200, false), std::nullopt) << "it was let go";
-    TtyFault fault;
-    const int held = OpenTtyPort(phone.DevicePath().c_str(), fault);
-    ASSERT_GE(held, 0);
-    EXPECT_THAT(CheckDevice(phone.DevicePath(), 115200, false).value_or(""),
-                HasSubstr("ModemManager"));
-    CloseTtyPort(held);
+    const std::string device = phone.DevicePath();
+    EXPECT_EQ(CheckDevice(device, 115200, false, true, interrupt), std::nullopt);
+    EXPECT_EQ(CheckDevice(device, 115200, false, true, interrupt), std::nullopt) << "let go";
+    EXPECT_EQ(phone.CommandCount(), 2u) << "one AT each time";
     phone.Stop();
 }
 
@@ -178,7 +221,7 @@ TEST(TransferFiles, TextsThatCannotTravelAreRefusedWithTheReason) {
         {ImageTextProblem(std::string(1535, '0') + "\r"), "a line end at character 1536"},
         {NameProblem("Ring"), nullptr},
         {NameProblem("TenLetters"), nullptr},
-        {NameProblem(""), "1 to 10 characters"},
+        {NameProblem(""), "1 to 10 bytes"},
         {NameProblem("ElevenChars"), "not 11"},
         {NameProblem("a\"b"), "double quotes"},
     };
@@ -200,37 +243,58 @@ TEST_F(TransferCommand, FileReadDropsOneLineEndAtTheEndOnly) {
     EXPECT_EQ(ReadTransferFile(File("two"), problem), "ABC\n");
 }
 
+TEST(JsonText, APhonesBytesStayValidJson) {
+    EXPECT_EQ(JsonString("a\"b\\\x01\xe9"), "\"a\\\"b\\\\\\u0001\\u00e9\"");
+}
+
 TEST(ProgressBar, LineShowsTheFramesDoneOfAll) {
     EXPECT_EQ(ProgressLine("image 2", 1, 3, 6), "image 2  [##----]  1/3 frames");
     EXPECT_EQ(ProgressLine("image 2", 5, 3, 6), "image 2  [######]  3/3 frames");
     EXPECT_EQ(ProgressLine("image 9", 0, 0, 4), "image 9  [####]  0/0 frames");
 }
 
+OperationEnd End(OperationEnd::Kind kind, uint32_t message = 0, bool linkLost = false,
+                 unsigned progress = 0, LibraryFailure failure = {}) {
+    return {kind, message, linkLost, progress, std::move(failure)};
+}
+
 // The ends no whole run below meets (the refusals and the silent phone are
-// run there).
+// run there), and what a write that ends so leaves on the phone.
 TEST(TransferOutcome, EndsHaveTheirExitCodeAndSentence) {
     using Kind = OperationEnd::Kind;
+    const LibraryFailure cme22{true, 22, "+CME ERROR: 22"};
     struct Row {
         OperationEnd end;
         int code;
         std::string sentence;
+        std::string broken;  // of a write of image 2 with 42 frames
     } rows[] = {
-        {{Kind::kFinal, VELK_MSG_TIMED_OUT, true},
-         kExitLinkLost,
+        {End(Kind::kFinal, VELK_MSG_TIMED_OUT, true, 3), kExitLinkLost,
          "the link to the phone on /dev/ttyUSB0 was lost: was the cable pulled or the phone "
-         "switched off?"},
-        {{Kind::kNotTaken},
-         kExitLinkLost,
-         "the link to the phone on /dev/ttyUSB0 is gone: the library took no more requests"},
-        {{Kind::kInterrupted},
-         kExitInterrupted,
-         "interrupted: the running operation was cancelled and the link closed"},
-        {{Kind::kFinal, VELK_MSG_ANIM_READ}, kExitDone, ""},
+         "switched off?",
+         "the write of image 2 stopped after at least 3 of 42 frames had gone out: the phone's "
+         "image 2 is now incomplete; write it again"},
+        {End(Kind::kNotTaken), kExitLinkLost,
+         "the link to the phone on /dev/ttyUSB0 is gone: the library took no more requests", ""},
+        {End(Kind::kInterrupted, 0, false, 9), kExitInterrupted,
+         "interrupted: the running operation was cancelled and the link closed",
+         "the write of image 2 stopped after at least 9 of 42 frames had gone out: the phone's "
+         "image 2 is now incomplete; write it again"},
+        {End(Kind::kFinal, VELK_MSG_ANIM_WRITE_REFUSED, false, 0, cme22), kExitRefused,
+         "the phone refused AT+IMGW= (image 2) with \"+CME ERROR: 22\"",
+         "the write of image 2 stopped before its first frame was known to have gone out: the "
+         "phone's image 2 may now be incomplete; write it again"},
+        {End(Kind::kFinal, VELK_MSG_ANIM_INFO_REFUSED, false, 0, cme22), kExitRefused,
+         "the phone refused AT+IMGINF with \"+CME ERROR: 22\"", ""},
+        {End(Kind::kFinal, VELK_MSG_ANIM_WRITTEN), kExitDone, "", ""},
     };
     for (const Row& row : rows) {
-        const Outcome outcome = DescribeEnd(row.end, "slot 7", "/dev/ttyUSB0");
-        EXPECT_EQ(outcome.exitCode, row.code) << row.sentence;
+        SCOPED_TRACE(row.sentence);
+        const Outcome outcome =
+            DescribeEnd(row.end, {"image 2", "writing image 2"}, "/dev/ttyUSB0");
+        EXPECT_EQ(outcome.exitCode, row.code);
         EXPECT_EQ(outcome.sentence, row.sentence);
+        EXPECT_EQ(BrokenWriteSentence(row.end, "image 2", 42), row.broken);
     }
 }
 
@@ -240,7 +304,7 @@ TEST_F(TransferCommand, ListsTonesAndImagesAsReadableTables) {
     const Ran tones = Velkport("tones", {"--slots", "4"}, stored);
     EXPECT_EQ(tones.code, kExitDone) << tones.err;
     EXPECT_EQ(tones.out,
-              "Ring tones \"Tones\": the phone states 3, 10, 253\n"
+              "Ring tones \"Tones\": value 1 = 3, value 2 = 10, value 3 = 253\n"
               "slot  name        characters\n"
               "   1  Bells              340\n"
               "   2  Chime              132\n"
@@ -251,12 +315,20 @@ TEST_F(TransferCommand, ListsTonesAndImagesAsReadableTables) {
     const Ran images = Velkport("images", {"--simulate"});
     EXPECT_EQ(images.code, kExitDone) << images.err;
     EXPECT_EQ(images.out,
-              "Images \"Images\": the phone states 3, 6, 250, 96, 64\n"
+              "Images \"Images\": value 1 = 3, value 2 = 6, value 3 = 250, value 4 = 96, "
+              "value 5 = 64\n"
               "image  frames  first frame\n"
               "    1       1            1\n"
               "    2       3           51\n"
               "    3       2          101\n");
     EXPECT_EQ(images.err, "") << "--simulate asks for the built-in phone: no note";
+
+    // The same for scripts.
+    EXPECT_EQ(Velkport("tones", {"--simulate", "--json", "--slots", "4"}, stored).out,
+              "{\"name\":\"Tones\",\"values\":[3,10,253],\"slots\":[{\"slot\":1,\"name\":"
+              "\"Bells\",\"characters\":340},{\"slot\":2,\"name\":\"Chime\",\"characters\":"
+              "132},{\"slot\":3,\"name\":\"Alarm\",\"characters\":116},{\"slot\":4,"
+              "\"refused\":true}]}\n");
 }
 
 TEST_F(TransferCommand, WrittenTonesAndImagesReadBackAsTheFileHeldThem) {
@@ -268,6 +340,8 @@ TEST_F(TransferCommand, WrittenTonesAndImagesReadBackAsTheFileHeldThem) {
     EXPECT_EQ(get.code, kExitDone) << get.err;
     EXPECT_EQ(get.out, "4D54686400000006") << "the text alone on standard output";
     EXPECT_THAT(get.err, HasSubstr("Read tone 3 \"Ring\": 16 characters."));
+    EXPECT_EQ(Velkport("tone-get", {"3"}, stored, true).out, "4D54686400000006\n")
+        << "a terminal's prompt goes on a line of its own";
 
     std::string frames;
     for (char c : {'1', '2', '3', '4'}) frames += std::string(1536, c);
@@ -281,7 +355,8 @@ TEST_F(TransferCommand, WrittenTonesAndImagesReadBackAsTheFileHeldThem) {
     EXPECT_EQ(get.code, kExitDone) << get.err;
     EXPECT_EQ(ReadFile(File("back")), frames);
     EXPECT_THAT(get.out, HasSubstr("Read image 2 \"Anim\": 4 frames of 1536 characters from "
-                                   "frame 51, parameters 25 and 7, saved to " +
+                                   "frame 51 (written with --param-first 25 --param-last 7), "
+                                   "saved to " +
                                    File("back")));
     // On a terminal the bar is drawn from nothing to all frames.
     EXPECT_THAT(get.err, HasSubstr("\rimage 2  [------------------------------]  0/4 frames"));
@@ -295,8 +370,12 @@ TEST_F(TransferCommand, FailuresEndWithTheirExitCodeAndSentence) {
     WriteFile(File("tone"), "ABCD");
     WriteFile(File("frame"), std::string(1536, 'F'));
     WriteFile(File("short"), std::string(1000, '0'));
+    const std::string dirName = dir.string();
     struct Row {
-        const char* refused;  // the command the phone refuses; "hang-up": it hangs up instead
+        // The command the phone refuses; "hang-up": it hangs up instead;
+        // "silent": it answers nothing, so a run that asks it anything at
+        // all ends in no answer.
+        const char* phone;
         const char* command;
         std::string args;
         int code;
@@ -314,23 +393,26 @@ TEST_F(TransferCommand, FailuresEndWithTheirExitCodeAndSentence) {
          "the phone refused AT+IMGW= (image 1)."},
         {"", "image-get", "4", kExitRefused, "the phone lists no image 4: it holds images 1 to 3."},
         {"hang-up", "tone-get", "1", kExitLinkLost, "the link to the phone on "},
-        {"", "tone-get", "0", kExitUsage, "a slot is a number from 1 to 255, not \"0\""},
-        {"", "tone-get", "", kExitUsage, "an argument is missing"},
-        {"", "tone-put", "1 Ring " + File("missing"), kExitUsage, "cannot read " + File("missing")},
-        {"", "tone-put", "1 FarTooLongName " + File("short"), kExitUsage,
-         "a name has 1 to 10 characters"},
-        {"", "image-put", "1 Dot " + File("short"), kExitUsage,
+        {"silent", "tone-get", "0", kExitUsage, "a slot is a number from 1 to 255, not \"0\""},
+        {"silent", "image-get", "1 -o " + dirName, kExitFailure,
+         dirName + " is a directory, not a file."},
+        {"silent", "tone-put", "1 Ring " + File("missing"), kExitUsage,
+         "cannot read " + File("missing")},
+        {"silent", "image-put", "1 Dot " + File("short"), kExitUsage,
          "the image has 1000 characters, which is no whole number of frames of 1536."},
-        {"", "image-get", "x", kExitUsage, "an image number is a number from 1 to 255, not \"x\""},
-        {"", "images", "--flow dtr", kExitUsage, "--flow is rtscts or xonxoff"},
+        {"silent", "image-get", "x", kExitUsage,
+         "an image number is a number from 1 to 255, not \"x\""},
+        {"silent", "images", "--flow dtr", kExitUsage, "--flow is rtscts or xonxoff"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.command) + " " + row.args);
         phonesim::SimulatorOptions phone;
-        if (row.refused == std::string("hang-up")) {
+        if (row.phone == std::string("hang-up")) {
             phone.hangupAfter = 3;
-        } else if (*row.refused != '\0') {
-            phone.refusals.push_back({row.refused, "ERROR"});
+        } else if (row.phone == std::string("silent")) {
+            phone.silent = true;
+        } else if (*row.phone != '\0') {
+            phone.refusals.push_back({row.phone, "ERROR"});
         }
         const Ran ran = Velkport(row.command, Words(row.args), phone);
         EXPECT_EQ(ran.code, row.code);
@@ -346,20 +428,55 @@ TEST_F(TransferCommand, FailuresEndWithTheirExitCodeAndSentence) {
     }
 }
 
+TEST_F(TransferCommand, ReadsLeaveNoFileBehindWhenTheyFail) {
+    phonesim::SimulatorOptions refusing;
+    refusing.refusals.push_back({"AT+RNGR=", "ERROR"});
+    WriteFile(File("kept"), "old");
+    EXPECT_EQ(Velkport("tone-get", {"1", "-o", File("kept")}, refusing).code, kExitRefused);
+    EXPECT_EQ(ReadFile(File("kept")), "old") << "an existing file keeps what it held";
+    EXPECT_EQ(Velkport("tone-get", {"1", "-o", File("new")}, refusing).code, kExitRefused);
+    EXPECT_FALSE(fs::exists(File("new"))) << "the file made for the check is gone again";
+}
+
+// A phone that never answers: the probe's AT tells it in 3 s; without the
+// probe the library's own three tries of 10 s end in its time-out.
 TEST_F(TransferCommand, SilentPhoneEndsWithFive) {
-    // The library's waits run on this clock, so the three tries of AT
-    // take no real time.
-    TestTickClock clock{0};
     phonesim::SimulatorOptions silent;
     silent.silent = true;
-    auto run = std::async(std::launch::async, [&] { return Velkport("images", {}, silent); });
-    while (run.wait_for(std::chrono::milliseconds(2)) != std::future_status::ready) {
-        clock.Advance(500);
+    struct Row {
+        std::vector<std::string> args;
+        std::string says;
+    } rows[] = {
+        {{}, "within 3 s: is the phone connected, switched on, and is this its port?\n"},
+        {{"--no-probe"},
+         "velkport images: the phone stopped answering (nothing for 10 s) while reading the "
+         "image information.\n"},
+    };
+    for (const Row& row : rows) {
+        const Ran ran = VelkportOnTestClock("images", row.args, silent);
+        EXPECT_EQ(ran.code, kExitNoAnswer);
+        EXPECT_THAT(ran.err, HasSubstr(row.says));
     }
-    const Ran ran = run.get();
-    EXPECT_EQ(ran.code, kExitNoAnswer);
-    EXPECT_THAT(ran.err, HasSubstr("velkport images: no answer from the phone within 10 s: is "
-                                   "it connected and switched on?\n"));
+}
+
+// `velkport cleanup` on a directory of its own: what a process holds open
+// stays, what nobody holds goes, and nothing that is not the library's.
+TEST_F(TransferCommand, CleanupRemovesWhatNoProcessHolds) {
+    fs::create_directory(dir / "shm");
+    for (const char* name : {"ATNEXUM_PB_FILEMAPPING", "SWMRGMutexNoWriterATSPY", "other"}) {
+        WriteFile(dir / "shm" / name, "x");
+    }
+    std::ifstream held(dir / "shm" / "SWMRGMutexNoWriterATSPY");
+    std::istringstream in;
+    std::ostringstream out;
+    std::ostringstream err;
+    EXPECT_EQ(CleanupSharedObjects((dir / "shm").string(), {in, out, err}), kExitDone);
+    const std::string shm = (dir / "shm").string();
+    EXPECT_EQ(out.str(), "removed " + shm + "/ATNEXUM_PB_FILEMAPPING\nleft " + shm +
+                             "/SWMRGMutexNoWriterATSPY: test_tools (process " +
+                             std::to_string(getpid()) + ") has it open\n");
+    EXPECT_FALSE(fs::exists(dir / "shm" / "ATNEXUM_PB_FILEMAPPING"));
+    EXPECT_TRUE(fs::exists(dir / "shm" / "other"));
 }
 
 }  // namespace

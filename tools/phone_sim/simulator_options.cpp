@@ -53,6 +53,7 @@ Options:
                        went out; written out when the program ends
   --seed N             seed of the --split pieces (default: from the clock)
   --help               show this text
+  --version            print the version and end
 
 Exit status: 0 when stopped by a signal or after --hangup-after, 1 when the
 pseudo-terminal or the store cannot be set up, 2 for a usage error.

@@ -24,6 +24,10 @@ int main(int argc, char** argv) {
     SimulatorOptions options;
     std::string error;
     const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.size() == 1 && arguments[0] == "--version") {
+        std::printf("velkport-phone %s\n", VELK_PROGRAM_VERSION);
+        return 0;
+    }
     switch (ParseSimulatorArguments(arguments, options, error)) {
         case ParseOutcome::kHelp:
             std::fputs(SimulatorHelpText(), stdout);

@@ -5,25 +5,15 @@
 #include <vector>
 
 #include "velkport.h"
-#include "velkport/link_options.h"
+#include "velkport/json_text.h"
 #include "velkport/progress_bar.h"
 #include "velkport/transfer_context.h"
-#include "velkport/transfer_files.h"
 
 namespace velk::cli {
 namespace {
 
 std::string ImageName(uint8_t id) {
     return "image " + std::to_string(id);
-}
-
-bool ReadImageNumber(const Transfer& t, uint8_t& id) {
-    const std::string& text = t.args.positionals[0];
-    if (!ReadWholeNumber(std::string_view(text), id) || id == 0) {
-        t.Report(kExitUsage, "an image number is a number from 1 to 255, not \"" + text + "\"");
-        return false;
-    }
-    return true;
 }
 
 struct ImageInfoCopy {
@@ -36,11 +26,11 @@ struct ImageInfoCopy {
 int ReadImageInfo(const Transfer& t, ImageInfoCopy& copy) {
     const OperationEnd end = t.link.Run(velk_ReadAnimInfo);
     if (end.kind != OperationEnd::Kind::kFinal || end.message != VELK_MSG_ANIM_INFO_READ) {
-        return t.Report(end, "");
+        return t.Report(end, {"", "reading the image information"});
     }
     AnimInfoRecord* info = nullptr;
     if (velk_GetAnimInfo(&info) != 1 || info == nullptr) {
-        return t.Report(kExitFailure, "the library held no image information after reading it");
+        return t.Report(kExitInternal, "the library held no image information after reading it");
     }
     copy.name.assign(info->name, strnlen(info->name, sizeof info->name));
     const uint16_t numbers[5] = {info->infoNumber1, info->infoNumber2, info->infoNumber3,
@@ -50,6 +40,23 @@ int ReadImageInfo(const Transfer& t, ImageInfoCopy& copy) {
         copy.frameRanges.assign(info->frameRanges, info->frameRanges + info->frameRangeCount);
     }
     return kExitDone;
+}
+
+void PrintImagesJson(const Transfer& t, const ImageInfoCopy& info) {
+    std::ostream& out = t.io.out;
+    out << "{\"name\":" << JsonString(info.name) << ",\"values\":[";
+    for (std::size_t i = 0; i < std::size(info.numbers); ++i) {
+        out << (i == 0 ? "" : ",") << info.numbers[i];
+    }
+    out << "],\"images\":[";
+    for (std::size_t i = 0; i + 1 < info.frameRanges.size(); i += 2) {
+        out << (i == 0 ? "" : ",") << "{\"image\":" << i / 2 + 1
+            << ",\"frames\":" << info.frameRanges[i]
+            << ",\"firstFrame\":" << info.frameRanges[i + 1] << '}';
+    }
+    out << ']';
+    if (info.frameRanges.size() % 2 != 0) out << ",\"loneValue\":" << info.frameRanges.back();
+    out << "}\n";
 }
 
 }  // namespace
@@ -69,15 +76,19 @@ int ReadFrameRange(const Transfer& t, uint8_t id, FrameRange& range) {
     return kExitDone;
 }
 
-// Images "Images": the phone states 3, 6, 250, 96, 64
+// Images "Images": value 1 = 3, value 2 = 6, value 3 = 250, value 4 = 96, value 5 = 64
 // image  frames  first frame
 //     1       1            1
 int ListImages(const Transfer& t) {
     ImageInfoCopy info;
     if (int code = ReadImageInfo(t, info); code != kExitDone) return code;
-    t.io.out << "Images \"" << info.name << "\": the phone states";
+    if (t.args.json) {
+        PrintImagesJson(t, info);
+        return kExitDone;
+    }
+    t.io.out << "Images \"" << info.name << "\":";
     for (std::size_t i = 0; i < std::size(info.numbers); ++i) {
-        t.io.out << (i == 0 ? " " : ", ") << info.numbers[i];
+        t.io.out << (i == 0 ? " " : ", ") << "value " << i + 1 << " = " << info.numbers[i];
     }
     t.io.out << "\nimage  frames  first frame\n";
     for (std::size_t i = 0; i + 1 < info.frameRanges.size(); i += 2) {
@@ -91,8 +102,7 @@ int ListImages(const Transfer& t) {
 }
 
 int GetImage(const Transfer& t) {
-    uint8_t id = 0;
-    if (!ReadImageNumber(t, id)) return kExitUsage;
+    const uint8_t id = t.plan.number;
     FrameRange range;
     if (int code = ReadFrameRange(t, id, range); code != kExitDone) return code;
 
@@ -103,43 +113,33 @@ int GetImage(const Transfer& t) {
                                         });
     const bool read = end.kind == OperationEnd::Kind::kFinal && end.message == VELK_MSG_ANIM_READ;
     bar.Finish(read);
-    if (!read) return t.Report(end, ImageName(id));
+    if (!read) return t.Report(end, {ImageName(id), "reading " + ImageName(id)});
 
     AnimRecord* record = nullptr;
     if (velk_GetAnimData(&record) != 1 || record == nullptr) {
-        return t.Report(kExitFailure, "the library held no image after reading it");
+        return t.Report(kExitInternal, "the library held no image after reading it");
     }
     const std::string name(record->name, std::min<std::size_t>(record->nameLength, 10));
     const std::string text(reinterpret_cast<const char*>(record->data), record->size);
     const unsigned paramFirst = record->animParamFirst;
     const unsigned paramLast = record->animParamLast;
-    if (t.args.output.empty()) {
-        t.io.out.write(text.data(), static_cast<std::streamsize>(text.size()));
-        t.io.out.flush();
-    } else if (std::string problem; !WriteTransferFile(t.args.output, text, problem)) {
-        return t.Report(kExitFailure, problem);
-    }
+    if (!t.Deliver(text)) return kExitFailure;
     t.Summary() << "Read image " << static_cast<unsigned>(id) << " \"" << name
-                << "\": " << text.size() / kFrameLength << " frames of " << kFrameLength
-                << " characters from frame " << range.first << ", parameters " << paramFirst
-                << " and " << paramLast
+                << "\": " << Counted(text.size() / kFrameLength, "frame") << " of " << kFrameLength
+                << " characters from frame " << range.first << " (written with --param-first "
+                << paramFirst << " --param-last " << paramLast << ")"
                 << (t.args.output.empty() ? "" : ", saved to " + t.args.output) << ".\n";
     if (text.size() % kFrameLength != 0) {
-        t.io.err << "velkport " << t.command << ": note: the phone sent " << text.size()
-                 << " characters, no whole number of frames.\n";
+        t.io.err << "velkport " << t.command << ": note: the phone sent "
+                 << Counted(text.size(), "character") << ", no whole number of frames.\n";
     }
     return kExitDone;
 }
 
 int PutImage(const Transfer& t) {
-    uint8_t id = 0;
-    if (!ReadImageNumber(t, id)) return kExitUsage;
-    const std::string& name = t.args.positionals[1];
-    std::string problem;
-    std::optional<std::string> text = ReadTransferFile(t.args.positionals[2], problem);
-    if (!text) return t.Report(kExitUsage, problem);
-    if (std::optional<std::string> bad = NameProblem(name)) return t.Report(kExitUsage, *bad);
-    if (std::optional<std::string> bad = ImageTextProblem(*text)) return t.Report(kExitUsage, *bad);
+    const uint8_t id = t.plan.number;
+    const std::string& name = t.plan.name;
+    std::string text = t.plan.text;
     FrameRange range;
     if (int code = ReadFrameRange(t, id, range); code != kExitDone) return code;
 
@@ -147,11 +147,11 @@ int PutImage(const Transfer& t) {
     record.id = id;
     record.nameLength = static_cast<uint8_t>(name.size());
     name.copy(record.name, sizeof record.name);
-    record.size = static_cast<uint16_t>(text->size());
-    record.data = reinterpret_cast<uint8_t*>(text->data());
+    record.size = static_cast<uint16_t>(text.size());
+    record.data = reinterpret_cast<uint8_t*>(text.data());
     record.animParamFirst = t.args.paramFirst;
     record.animParamLast = t.args.paramLast;
-    const auto frames = static_cast<unsigned>(text->size() / kFrameLength);
+    const auto frames = static_cast<unsigned>(text.size() / kFrameLength);
 
     ProgressBar bar(t.io.err, t.ShowsProgress(), ImageName(id), frames);
     const OperationEnd end = t.link.Run([&record] { return velk_WriteAnim(record); },
@@ -161,9 +161,15 @@ int PutImage(const Transfer& t) {
     const bool written =
         end.kind == OperationEnd::Kind::kFinal && end.message == VELK_MSG_ANIM_WRITTEN;
     bar.Finish(written);
-    if (!written) return t.Report(end, ImageName(id));
-    t.Summary() << "Wrote image " << static_cast<unsigned>(id) << " \"" << name << "\": " << frames
-                << " frames from frame " << range.first << ".\n";
+    if (!written) {
+        const int code = t.Report(end, {ImageName(id), "writing " + ImageName(id)});
+        if (std::string broken = BrokenWriteSentence(end, ImageName(id), frames); !broken.empty()) {
+            t.Report(code, broken);
+        }
+        return code;
+    }
+    t.Summary() << "Wrote image " << static_cast<unsigned>(id) << " \"" << name
+                << "\": " << Counted(frames, "frame") << " from frame " << range.first << ".\n";
     return kExitDone;
 }
 

@@ -18,13 +18,25 @@ namespace {
 int g_signalReadEnd = -1;
 std::atomic<int> g_signalWriteEnd{-1};
 std::once_flag g_signalPipeMade;
+std::atomic<bool> g_signalled{false};  // lock-free like the write end
 
-void OnSignal(int) {
+void WriteByte() {
     const int saved = errno;
     const char byte = 1;
     const int fd = g_signalWriteEnd.load(std::memory_order_acquire);
     if (fd >= 0) (void)!write(fd, &byte, 1);
     errno = saved;
+}
+
+void OnSignal(int) {
+    g_signalled.store(true);
+    WriteByte();
+}
+
+void ReadAway() {
+    char leftover[64];
+    while (read(g_signalReadEnd, leftover, sizeof leftover) > 0) {
+    }
 }
 
 }  // namespace
@@ -38,15 +50,26 @@ InterruptPipe::InterruptPipe() {
     });
     if (g_signalReadEnd < 0) return;
     // A signal of an earlier transfer is no reason to end this one.
-    char leftover[64];
-    while (read(g_signalReadEnd, leftover, sizeof leftover) > 0) {
-    }
+    ReadAway();
+    g_signalled.store(false);
     readFd_ = g_signalReadEnd;
     struct sigaction action {};
     action.sa_handler = &OnSignal;
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, &oldInt_);
     sigaction(SIGTERM, &action, &oldTerm_);
+}
+
+void InterruptPipe::Wake() {
+    WriteByte();
+}
+
+bool InterruptPipe::Signalled() const {
+    return g_signalled.load();
+}
+
+void InterruptPipe::Drain() {
+    if (readFd_ >= 0) ReadAway();
 }
 
 InterruptPipe::~InterruptPipe() {

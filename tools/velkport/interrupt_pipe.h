@@ -18,6 +18,14 @@ class InterruptPipe {
     // Readable once a signal came; -1 when the pipe could not be made.
     int Descriptor() const { return readFd_; }
 
+    // Makes the descriptor readable without a signal, so that a wait on it
+    // ends for a reason of the program's own (a time limit).
+    void Wake();
+    // Whether a signal came since this InterruptPipe was made.
+    bool Signalled() const;
+    // Reads away what Wake wrote (and any signal's byte with it).
+    void Drain();
+
   private:
     int readFd_ = -1;
     struct sigaction oldInt_ {};

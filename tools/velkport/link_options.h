@@ -23,6 +23,7 @@ struct LinkOptions {
     FlowControl flow = FlowControl::kRtsCts;
     bool simulate = false;       // --simulate
     bool forceProgress = false;  // --progress: draw it even when stderr is no terminal
+    bool probe = true;           // --no-probe clears it: no AT of the program's own first
     // How the built-in phone behaves; only tests change it.
     phonesim::SimulatorOptions simulator;
 

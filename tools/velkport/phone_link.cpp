@@ -70,15 +70,16 @@ int PhoneLink::Open(std::string& problem, std::ostream& note) {
         }
         mapped_ = true;
     }
-    if (std::optional<std::string> fault = CheckDevice(device_, options_.baud, softwareFlow)) {
-        problem = *fault;
-        return kExitNoDevice;
+    if (std::optional<DeviceProblem> fault =
+            CheckDevice(device_, options_.baud, softwareFlow, options_.probe, interrupt_)) {
+        problem = fault->sentence;
+        return fault->exitCode;
     }
 
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0) {
         problem = "no pipe for the library's messages could be made";
-        return kExitFailure;
+        return kExitInternal;
     }
     windowRead_ = fds[0];
     const int32_t begun = velk_BeginThread(fds[1], port_, options_.baud, softwareFlow ? 1 : 0);
@@ -87,6 +88,7 @@ int PhoneLink::Open(std::string& problem, std::ostream& note) {
     close(fds[1]);
     if (begun != 1) {
         problem = "the link on " + device_ + " could not be started";
+        if (const LibraryFailure cause = LastFailure(); cause.known) problem += ": " + cause.text;
         return kExitNoDevice;
     }
     begun_ = true;
@@ -139,9 +141,11 @@ OperationEnd PhoneLink::Run(const std::function<int32_t()>& request,
             if (message.message == VELK_MSG_TIMED_OUT) {
                 end.linkLost = GetTickCount() - lastSign < kCommandLapseMs || DeviceGone();
             }
+            end.failure = LastFailure();
             return end;
         }
         lastSign = GetTickCount();
+        ++end.progress;
         if (onProgress) onProgress(message.message);
     }
 }

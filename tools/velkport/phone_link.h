@@ -13,6 +13,7 @@
 
 #include "phone_sim/phone_simulator.h"
 #include "velkport/interrupt_pipe.h"
+#include "velkport/last_failure.h"
 #include "velkport/link_options.h"
 
 namespace velk::cli {
@@ -25,8 +26,10 @@ struct OperationEnd {
         kNotTaken,     // the library did not take the request: the link is gone
     };
     Kind kind = Kind::kFinal;
-    uint32_t message = 0;   // the final message
-    bool linkLost = false;  // a 1139 that came from a fallen link, not a silent phone
+    uint32_t message = 0;    // the final message
+    bool linkLost = false;   // a 1139 that came from a fallen link, not a silent phone
+    unsigned progress = 0;   // progress messages seen (some may have been dropped)
+    LibraryFailure failure;  // the cause, asked of the library after a failed end
 };
 
 class PhoneLink {
@@ -36,10 +39,10 @@ class PhoneLink {
     PhoneLink(const PhoneLink&) = delete;
     PhoneLink& operator=(const PhoneLink&) = delete;
 
-    // Starts the built-in phone or looks at the device, then the link.
-    // kExitDone when it stands; otherwise the exit code, with `problem` set
-    // to a sentence. `note` gets the line that says the built-in phone
-    // serves because no device was named.
+    // Starts the built-in phone or looks at the device (and asks it AT),
+    // then the link. kExitDone when it stands; otherwise the exit code, with
+    // `problem` set to a sentence. `note` gets the line that says the
+    // built-in phone serves because no device was named.
     int Open(std::string& problem, std::ostream& note);
 
     // Makes `request` (an export that starts an operation) until the library

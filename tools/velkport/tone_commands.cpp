@@ -2,11 +2,11 @@
 #include <cstring>
 #include <iomanip>
 #include <string>
+#include <vector>
 
 #include "velkport.h"
-#include "velkport/link_options.h"
+#include "velkport/json_text.h"
 #include "velkport/transfer_context.h"
-#include "velkport/transfer_files.h"
 
 namespace velk::cli {
 namespace {
@@ -15,14 +15,8 @@ std::string SlotName(uint8_t slot) {
     return "slot " + std::to_string(slot);
 }
 
-// A slot argument: 1 to 255.
-bool ReadSlot(const Transfer& t, uint8_t& slot) {
-    const std::string& text = t.args.positionals[0];
-    if (!ReadWholeNumber(std::string_view(text), slot) || slot == 0) {
-        t.Report(kExitUsage, "a slot is a number from 1 to 255, not \"" + text + "\"");
-        return false;
-    }
-    return true;
+OperationTarget ReadingSlot(uint8_t slot) {
+    return {SlotName(slot), "reading the tone in " + SlotName(slot)};
 }
 
 struct ToneCopy {
@@ -40,89 +34,126 @@ bool FetchTone(ToneCopy& tone) {
     return true;
 }
 
+// One slot of `tones --slots`: its tone, or nothing where the phone refused
+// the read.
+struct SlotLine {
+    unsigned slot;
+    std::optional<ToneCopy> tone;
+};
+
+void PrintTones(const Transfer& t, const std::string& name, const uint16_t (&values)[3],
+                const std::vector<SlotLine>& slots) {
+    std::ostream& out = t.io.out;
+    if (t.args.json) {
+        out << "{\"name\":" << JsonString(name) << ",\"values\":[" << values[0] << ',' << values[1]
+            << ',' << values[2] << ']';
+        if (t.args.slots != 0) {
+            out << ",\"slots\":[";
+            for (const SlotLine& line : slots) {
+                out << (line.slot == 1 ? "" : ",") << "{\"slot\":" << line.slot;
+                if (line.tone) {
+                    out << ",\"name\":" << JsonString(line.tone->name)
+                        << ",\"characters\":" << line.tone->text.size() << '}';
+                } else {
+                    out << ",\"refused\":true}";
+                }
+            }
+            out << ']';
+        }
+        out << "}\n";
+        return;
+    }
+    out << "Ring tones \"" << name << "\": value 1 = " << values[0] << ", value 2 = " << values[1]
+        << ", value 3 = " << values[2] << '\n';
+    if (t.args.slots == 0) return;
+    out << "slot  name        characters\n";
+    for (const SlotLine& line : slots) {
+        out << std::setw(4) << line.slot << "  ";
+        if (line.tone) {
+            out << std::left << std::setw(10) << line.tone->name << std::right << std::setw(12)
+                << line.tone->text.size() << '\n';
+        } else {
+            out << "-\n";
+        }
+    }
+}
+
 }  // namespace
 
-// Ring tones "Tones": the phone states 3, 10, 253
+// Ring tones "Tones": value 1 = 3, value 2 = 10, value 3 = 253
 // slot  name        characters
 //    1  Bells              122
 int ListTones(const Transfer& t) {
     const OperationEnd end = t.link.Run(velk_ReadMidInfo);
     if (end.kind != OperationEnd::Kind::kFinal || end.message != VELK_MSG_MID_INFO_READ) {
-        return t.Report(end, "");
+        return t.Report(end, {"", "reading the ring-tone information"});
     }
     MidInfoRecord* info = nullptr;
     if (velk_GetMidInfo(&info) != 1 || info == nullptr) {
-        return t.Report(kExitFailure, "the library held no ring-tone information after reading it");
+        return t.Report(kExitInternal,
+                        "the library held no ring-tone information after reading it");
     }
     const std::string name(info->name, strnlen(info->name, sizeof info->name));
-    t.io.out << "Ring tones \"" << name << "\": the phone states " << info->infoNumber1 << ", "
-             << info->infoNumber2 << ", " << info->infoNumber3 << '\n';
-    if (t.args.slots == 0) return kExitDone;
+    const uint16_t values[3] = {info->infoNumber1, info->infoNumber2, info->infoNumber3};
 
-    t.io.out << "slot  name        characters\n";
+    // Read all before printing, so that a failure leaves no half table.
+    std::vector<SlotLine> slots;
     for (unsigned slot = 1; slot <= t.args.slots; ++slot) {
         const auto id = static_cast<uint8_t>(slot);
         const OperationEnd read = t.link.Run([id] { return velk_ReadMid(id); });
         ToneCopy tone;
         if (read.kind == OperationEnd::Kind::kFinal && read.message == VELK_MSG_MID_READ &&
             FetchTone(tone)) {
-            t.io.out << std::setw(4) << slot << "  " << std::left << std::setw(10) << tone.name
-                     << std::right << std::setw(12) << tone.text.size() << '\n';
+            slots.push_back({slot, std::move(tone)});
         } else if (read.kind == OperationEnd::Kind::kFinal &&
                    read.message == VELK_MSG_MID_READ_REFUSED) {
             // An empty slot is refused like any other read.
-            t.io.out << std::setw(4) << slot << "  -\n";
+            slots.push_back({slot, std::nullopt});
         } else {
-            return t.Report(read, SlotName(id));
+            return t.Report(read, ReadingSlot(id));
         }
     }
+    PrintTones(t, name, values, slots);
     return kExitDone;
 }
 
 int GetTone(const Transfer& t) {
-    uint8_t slot = 0;
-    if (!ReadSlot(t, slot)) return kExitUsage;
+    const uint8_t slot = t.plan.number;
     const OperationEnd end = t.link.Run([slot] { return velk_ReadMid(slot); });
     if (end.kind != OperationEnd::Kind::kFinal || end.message != VELK_MSG_MID_READ) {
-        return t.Report(end, SlotName(slot));
+        return t.Report(end, ReadingSlot(slot));
     }
     ToneCopy tone;
-    if (!FetchTone(tone))
-        return t.Report(kExitFailure, "the library held no tone after reading it");
-    if (t.args.output.empty()) {
-        t.io.out.write(tone.text.data(), static_cast<std::streamsize>(tone.text.size()));
-        t.io.out.flush();
-    } else if (std::string problem; !WriteTransferFile(t.args.output, tone.text, problem)) {
-        return t.Report(kExitFailure, problem);
+    if (!FetchTone(tone)) {
+        return t.Report(kExitInternal, "the library held no tone after reading it");
     }
+    if (!t.Deliver(tone.text)) return kExitFailure;
     t.Summary() << "Read tone " << static_cast<unsigned>(slot) << " \"" << tone.name
-                << "\": " << tone.text.size() << " characters"
+                << "\": " << Counted(tone.text.size(), "character")
                 << (t.args.output.empty() ? "" : ", saved to " + t.args.output) << ".\n";
     return kExitDone;
 }
 
 int PutTone(const Transfer& t) {
-    uint8_t slot = 0;
-    if (!ReadSlot(t, slot)) return kExitUsage;
-    const std::string& name = t.args.positionals[1];
-    std::string problem;
-    std::optional<std::string> text = ReadTransferFile(t.args.positionals[2], problem);
-    if (!text) return t.Report(kExitUsage, problem);
-    if (std::optional<std::string> bad = NameProblem(name)) return t.Report(kExitUsage, *bad);
-    if (std::optional<std::string> bad = ToneTextProblem(*text)) return t.Report(kExitUsage, *bad);
-
+    const uint8_t slot = t.plan.number;
+    const std::string& name = t.plan.name;
+    std::string text = t.plan.text;
     MidRecord record{};
     record.id = slot;
     record.nameLength = static_cast<uint16_t>(name.size());
     name.copy(record.name, sizeof record.name);
-    record.size = static_cast<uint16_t>(text->size());
-    record.data = reinterpret_cast<uint8_t*>(text->data());
+    record.size = static_cast<uint16_t>(text.size());
+    record.data = reinterpret_cast<uint8_t*>(text.data());
     const OperationEnd end = t.link.Run([&record] { return velk_WriteMid(record); });
     if (end.kind != OperationEnd::Kind::kFinal || end.message != VELK_MSG_MID_WRITTEN) {
-        return t.Report(end, SlotName(slot));
+        const int code = t.Report(end, {SlotName(slot), "writing the tone into " + SlotName(slot)});
+        if (std::string broken = BrokenWriteSentence(end, SlotName(slot), 0); !broken.empty()) {
+            t.Report(code, broken);
+        }
+        return code;
     }
     t.Summary() << "Wrote tone " << static_cast<unsigned>(slot) << " \"" << name
-                << "\": " << text->size() << " characters.\n";
+                << "\": " << Counted(text.size(), "character") << ".\n";
     return kExitDone;
 }
 

@@ -1,5 +1,6 @@
 #include "velkport/transfer_arguments.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace velk::cli {
@@ -12,7 +13,7 @@ struct ExtraOption {
 
 constexpr ExtraOption kExtraOptions[] = {
     {"-o", kExtraOutput},           {"--output", kExtraOutput}, {"--param-first", kExtraParams},
-    {"--param-last", kExtraParams}, {"--slots", kExtraSlots},
+    {"--param-last", kExtraParams}, {"--slots", kExtraSlots},   {"--json", kExtraJson},
 };
 
 const ExtraOption* FindExtra(std::string_view name) {
@@ -43,10 +44,40 @@ bool ReadExtra(std::string_view name, std::string_view value, TransferArgs& pars
     return true;
 }
 
+std::vector<std::string_view> Words(std::string_view text) {
+    std::vector<std::string_view> words;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(' '), text.size());
+        if (end > 0) words.push_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return words;
+}
+
+// "the argument FILE is missing", "one argument too many: \"x\"".
+std::string CountProblem(const std::vector<std::string_view>& names,
+                         const std::vector<std::string>& given) {
+    if (given.size() < names.size()) {
+        const std::size_t missing = names.size() - given.size();
+        std::string list;
+        for (std::size_t i = given.size(); i < names.size(); ++i) {
+            if (i > given.size()) list += i + 1 == names.size() ? " and " : ", ";
+            list += names[i];
+        }
+        return missing == 1 ? "the argument " + list + " is missing"
+                            : "the arguments " + list + " are missing";
+    }
+    const std::size_t extra = given.size() - names.size();
+    std::string list;
+    for (std::size_t i = names.size(); i < given.size(); ++i) list += " \"" + given[i] + "\"";
+    return (extra == 1 ? std::string("one argument") : std::to_string(extra) + " arguments") +
+           " too many:" + list;
+}
+
 }  // namespace
 
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): arguments, then what they must hold
-std::optional<TransferArgs> ParseTransferArgs(CommandArgs args, std::size_t positionals,
+std::optional<TransferArgs> ParseTransferArgs(CommandArgs args, std::string_view positionals,
                                               unsigned extras, std::string& problem) {
     TransferArgs parsed;
     bool optionsEnded = false;
@@ -79,6 +110,14 @@ std::optional<TransferArgs> ParseTransferArgs(CommandArgs args, std::size_t posi
             problem = "unknown option \"" + std::string(arg) + "\"";
             return std::nullopt;
         }
+        if (extra->extra == kExtraJson) {
+            if (eq != std::string_view::npos) {
+                problem = std::string(name) + " takes no value";
+                return std::nullopt;
+            }
+            parsed.json = true;
+            continue;
+        }
         std::string_view value;
         if (eq != std::string_view::npos) {
             value = arg.substr(eq + 1);
@@ -91,9 +130,9 @@ std::optional<TransferArgs> ParseTransferArgs(CommandArgs args, std::size_t posi
         if (!ReadExtra(name, value, parsed, problem)) return std::nullopt;
     }
     if (parsed.help) return parsed;
-    if (parsed.positionals.size() != positionals) {
-        problem = parsed.positionals.size() < positionals ? "an argument is missing"
-                                                          : "there are arguments too many";
+    if (const std::vector<std::string_view> names = Words(positionals);
+        parsed.positionals.size() != names.size()) {
+        problem = CountProblem(names, parsed.positionals);
         return std::nullopt;
     }
     if (std::optional<std::string> conflict = LinkOptionConflict(parsed.link)) {

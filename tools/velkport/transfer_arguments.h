@@ -19,6 +19,7 @@ enum TransferExtra : unsigned {
     kExtraOutput = 1,  // -o FILE
     kExtraParams = 2,  // --param-first X --param-last Y
     kExtraSlots = 4,   // --slots N
+    kExtraJson = 8,    // --json
 };
 
 struct TransferArgs {
@@ -30,12 +31,14 @@ struct TransferArgs {
     uint8_t paramFirst = 25;
     uint8_t paramLast = 0;
     uint8_t slots = 0;
+    bool json = false;
     bool help = false;
 };
 
-// Reads `args` for a subcommand that takes `positionals` plain arguments and
-// the `extras`. Nothing, with `problem` set, when they do not fit.
-std::optional<TransferArgs> ParseTransferArgs(CommandArgs args, std::size_t positionals,
+// Reads `args` for a subcommand that takes the plain arguments named in
+// `positionals` ("SLOT NAME FILE") and the `extras`. Nothing, with
+// `problem` set, when they do not fit.
+std::optional<TransferArgs> ParseTransferArgs(CommandArgs args, std::string_view positionals,
                                               unsigned extras, std::string& problem);
 
 }  // namespace velk::cli

@@ -10,43 +10,55 @@ namespace {
 
 struct TransferCommand {
     std::string_view name;
-    std::size_t positionals;
+    std::string_view positionals;  // the names of its plain arguments
     unsigned extras;
+    int (*prepare)(const TransferArgs& args, TransferPlan& plan, std::string& problem);
     int (*body)(const Transfer& t);
     const char* usage;        // the first line of --help and of a usage error
     const char* description;  // the rest of --help
 };
 
 constexpr TransferCommand kTransferCommands[] = {
-    {"tones", 0, kExtraSlots, &ListTones, "velkport [LINK OPTIONS] tones [--slots N]",
+    {"tones", "", kExtraSlots | kExtraJson, nullptr, &ListTones,
+     "velkport [LINK OPTIONS] tones [--slots N] [--json]",
      "Reads the phone's ring-tone information and prints it: a name and three\n"
-     "numbers, as the phone states them. With --slots N it also reads the tones\n"
-     "in slots 1 to N and lists each one's name and length; \"-\" marks a slot\n"
-     "whose read the phone refused, as it does for an empty one.\n"},
-    {"tone-get", 1, kExtraOutput, &GetTone, "velkport [LINK OPTIONS] tone-get SLOT [-o FILE]",
+     "values, value 1 to value 3, whose meaning lies with the phone (velkport(1)\n"
+     "tells what the simulated phone puts in each). With --slots N it also reads\n"
+     "the tones in slots 1 to N and lists each one's name and length; \"-\" marks\n"
+     "a slot whose read the phone refused, as it does for an empty one.\n"
+     "  --slots N  also list the tones in slots 1 to N (1 to 255)\n"
+     "  --json     print one JSON object instead, for scripts\n"},
+    {"tone-get", "SLOT", kExtraOutput, &PrepareToneGet, &GetTone,
+     "velkport [LINK OPTIONS] tone-get SLOT [-o FILE]",
      "Reads the ring tone in SLOT (1 to 255) and writes its text, as the phone\n"
      "holds it, to FILE or to standard output.\n"
      "  -o, --output FILE  where the text goes (default: standard output)\n"},
-    {"tone-put", 3, kExtraNone, &PutTone, "velkport [LINK OPTIONS] tone-put SLOT NAME FILE",
-     "Writes the text in FILE as the ring tone NAME (1 to 10 characters) into\n"
-     "SLOT (1 to 255), in chunks of 128 characters. The text may have up to\n"
-     "32511 characters and no line end inside; one line end at the end of the\n"
-     "file is not part of it.\n"},
-    {"images", 0, kExtraNone, &ListImages, "velkport [LINK OPTIONS] images",
-     "Reads the phone's image information and prints it: a name, five numbers\n"
-     "as the phone states them, and the frame table, the number of frames and\n"
-     "the first frame of each image.\n"},
-    {"image-get", 1, kExtraOutput, &GetImage, "velkport [LINK OPTIONS] image-get N [-o FILE]",
+    {"tone-put", "SLOT NAME FILE", kExtraNone, &PrepareTonePut, &PutTone,
+     "velkport [LINK OPTIONS] tone-put SLOT NAME FILE",
+     "Writes the text in FILE as the ring tone NAME (1 to 10 bytes) into SLOT\n"
+     "(1 to 255), in chunks of 128 characters. The text may have up to 32511\n"
+     "characters and no line end inside; one line end at the end of the file is\n"
+     "not part of it. A write that stops half way leaves the slot incomplete:\n"
+     "write it again.\n"},
+    {"images", "", kExtraJson, nullptr, &ListImages, "velkport [LINK OPTIONS] images [--json]",
+     "Reads the phone's image information and prints it: a name, five values,\n"
+     "value 1 to value 5, whose meaning lies with the phone (velkport(1) tells\n"
+     "what the simulated phone puts in each), and the frame table, the number\n"
+     "of frames and the first frame of each image.\n"
+     "  --json  print one JSON object instead, for scripts\n"},
+    {"image-get", "N", kExtraOutput, &PrepareImageGet, &GetImage,
+     "velkport [LINK OPTIONS] image-get N [-o FILE]",
      "Reads image N (from 1, as the frame table lists it) frame by frame and\n"
      "writes the frames' texts of 1536 characters, one after the other, to FILE\n"
      "or to standard output. On a terminal a progress bar counts the frames.\n"
      "  -o, --output FILE  where the frames go (default: standard output)\n"},
-    {"image-put", 3, kExtraParams, &PutImage,
+    {"image-put", "N NAME FILE", kExtraParams, &PrepareImagePut, &PutImage,
      "velkport [LINK OPTIONS] image-put N NAME FILE [--param-first X] [--param-last Y]",
      "Writes the frames in FILE (texts of 1536 characters one after the other,\n"
      "at most 42; one line end at the end of the file is not part of them) as\n"
-     "image N named NAME (1 to 10 characters), from the image's first frame on.\n"
-     "On a terminal a progress bar counts the frames.\n"
+     "image N named NAME (1 to 10 bytes), from the image's first frame on. On a\n"
+     "terminal a progress bar counts the frames. A write that stops half way\n"
+     "leaves the image incomplete: write it again.\n"
      "  --param-first X  first value of each frame's parameter (0 to 255,\n"
      "                   default 25)\n"
      "  --param-last Y   last value of it (0 to 255, default 0); the frame count\n"
@@ -54,10 +66,11 @@ constexpr TransferCommand kTransferCommands[] = {
 };
 
 constexpr const char* kExitCodes =
-    "Exit status: 0 done; 2 bad arguments or an unusable input file; 3 the\n"
-    "device cannot be opened; 4 the phone refused a command; 5 no answer from\n"
-    "the phone; 6 the link was lost; 1 an output file could not be written;\n"
-    "130 interrupted by Ctrl-C (the operation is cancelled and the link closed).\n";
+    "Exit status: 0 done; 1 an output file could not be written; 2 bad\n"
+    "arguments or an unusable input file; 3 the device cannot be opened; 4 the\n"
+    "phone refused a command; 5 no answer from the phone; 6 the link was lost;\n"
+    "7 the library or the system failed; 130 interrupted by Ctrl-C (the\n"
+    "operation is cancelled and the link closed).\n";
 
 const TransferCommand* FindTransferCommand(std::string_view name) {
     for (const TransferCommand& command : kTransferCommands) {
@@ -92,12 +105,20 @@ int RunTransferCommand(std::string_view name, CommandArgs args, const CommandIo&
     }
     parsed->link.simulator = simulated;
 
+    // Nothing goes to the phone before every argument and file is right.
+    TransferPlan plan;
+    if (command->prepare != nullptr) {
+        if (int code = command->prepare(*parsed, plan, problem); code != kExitDone) {
+            io.err << "velkport " << name << ": " << EndSentence(problem) << '\n';
+            return code;
+        }
+    }
     PhoneLink link(parsed->link);
     if (int code = link.Open(problem, io.err); code != kExitDone) {
         io.err << "velkport " << name << ": " << EndSentence(problem) << '\n';
         return code;
     }
-    const Transfer transfer{name, *parsed, io, link};
+    const Transfer transfer{name, *parsed, plan, io, link};
     const int code = command->body(transfer);
     link.Close();
     return code;

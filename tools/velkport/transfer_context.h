@@ -1,7 +1,9 @@
-// What the body of a transfer subcommand works with: its arguments, the
-// streams, and the link, opened before the body runs and closed after it.
+// What the body of a transfer subcommand works with: its arguments, checked
+// and read before the link opens, the streams, and the link, opened before
+// the body runs and closed after it.
 #pragma once
 
+#include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -9,13 +11,24 @@
 #include "velkport/command_io.h"
 #include "velkport/phone_link.h"
 #include "velkport/transfer_arguments.h"
+#include "velkport/transfer_files.h"
 #include "velkport/transfer_outcome.h"
 
 namespace velk::cli {
 
+// The subcommand's own arguments, made ready before the first byte goes to
+// the phone.
+struct TransferPlan {
+    uint8_t number = 0;                  // the slot or the image number
+    std::string name;                    // of a write
+    std::string text;                    // of a write: the input file's text
+    std::unique_ptr<OutputFile> output;  // of a read with -o
+};
+
 struct Transfer {
     std::string_view command;  // the subcommand's name, for sentences
     const TransferArgs& args;
+    TransferPlan& plan;
     const CommandIo& io;
     PhoneLink& link;
 
@@ -25,7 +38,7 @@ struct Transfer {
         return exitCode;
     }
     // The same for an operation that did not end as hoped.
-    int Report(const OperationEnd& end, std::string_view target) const {
+    int Report(const OperationEnd& end, const OperationTarget& target) const {
         const Outcome outcome = DescribeEnd(end, target, link.Device());
         return Report(outcome.exitCode, outcome.sentence);
     }
@@ -35,7 +48,17 @@ struct Transfer {
     std::ostream& Summary() const {
         return args.output.empty() && command.ends_with("-get") ? io.err : io.out;
     }
+    // Puts the text read where -o says; false when that failed (reported).
+    bool Deliver(const std::string& text) const;
 };
+
+// The preparations, one per subcommand that has any: each reads and checks
+// its arguments and files into `plan`; kExitDone or the exit code, with
+// `problem` set.
+int PrepareToneGet(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareTonePut(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareImageGet(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareImagePut(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 
 // The bodies, one per subcommand: the link stands when they run.
 int ListTones(const Transfer& t);
@@ -52,5 +75,8 @@ struct FrameRange {
     unsigned first = 0;
 };
 int ReadFrameRange(const Transfer& t, uint8_t id, FrameRange& range);
+
+// "1 frame", "3 frames".
+std::string Counted(std::size_t count, std::string_view noun);
 
 }  // namespace velk::cli

@@ -2,8 +2,10 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
 namespace velk::cli {
 namespace {
@@ -21,14 +23,25 @@ std::optional<std::string> BreakingCharacter(const std::string& text, const char
 }  // namespace
 
 std::optional<std::string> ReadTransferFile(const std::string& path, std::string& problem) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error)) {
+        problem = path + " is a directory, not a file";
+        return std::nullopt;
+    }
     std::ifstream in(path, std::ios::binary);
     if (!in) {
         problem = "cannot read " + path + ": " + std::strerror(errno);
         return std::nullopt;
     }
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::string text;
+    try {
+        text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    } catch (const std::exception&) {
+        // The stream's buffer throws on a failing read: an I/O error.
+        in.setstate(std::ios::badbit);
+    }
     if (in.bad()) {
-        problem = "cannot read " + path;
+        problem = "cannot read " + path + ": " + std::strerror(errno);
         return std::nullopt;
     }
     if (text.ends_with('\n')) text.pop_back();
@@ -36,15 +49,36 @@ std::optional<std::string> ReadTransferFile(const std::string& path, std::string
     return text;
 }
 
-// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): where, then what
-bool WriteTransferFile(const std::string& path, const std::string& text, std::string& problem) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+OutputFile::~OutputFile() {
+    std::error_code ignored;
+    if (created_) std::filesystem::remove(path_, ignored);
+}
+
+std::optional<std::string> OutputFile::Check() {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::file_status status = fs::status(path_, error);
+    if (fs::is_directory(status)) return path_ + " is a directory, not a file";
+    // A pipe would hold the check up until its reader comes; it is tried
+    // when the text is there.
+    if (fs::is_fifo(status)) return std::nullopt;
+    const bool existed = fs::exists(status);
+    // Opened for appending, an existing file loses nothing.
+    std::ofstream probe(path_, std::ios::binary | std::ios::app);
+    if (!probe) return "cannot write " + path_ + ": " + std::strerror(errno);
+    created_ = !existed;
+    return std::nullopt;
+}
+
+bool OutputFile::Write(const std::string& text, std::string& problem) {
+    std::ofstream out(path_, std::ios::binary | std::ios::trunc);
     if (out) out.write(text.data(), static_cast<std::streamsize>(text.size()));
     if (out) out.close();
     if (!out) {
-        problem = "cannot write " + path + ": " + std::strerror(errno);
+        problem = "cannot write " + path_ + ": " + std::strerror(errno);
         return false;
     }
+    created_ = false;
     return true;
 }
 
@@ -70,7 +104,7 @@ std::optional<std::string> ImageTextProblem(const std::string& text) {
 
 std::optional<std::string> NameProblem(const std::string& name) {
     if (name.empty() || name.size() > kMostNameLength) {
-        return "a name has 1 to " + std::to_string(kMostNameLength) + " characters, not " +
+        return "a name has 1 to " + std::to_string(kMostNameLength) + " bytes, not " +
                std::to_string(name.size());
     }
     for (const char c : name) {

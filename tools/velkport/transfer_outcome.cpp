@@ -1,5 +1,7 @@
 #include "velkport/transfer_outcome.h"
 
+#include <algorithm>
+
 #include "velkport.h"
 
 namespace velk::cli {
@@ -19,8 +21,7 @@ constexpr EndRow kEndRows[] = {
     {VELK_MSG_MID_INFO_READ, kExitDone, "", false},
     {VELK_MSG_MID_READ, kExitDone, "", false},
     {VELK_MSG_MID_WRITTEN, kExitDone, "", false},
-    {VELK_MSG_TIMED_OUT, kExitNoAnswer,
-     "no answer from the phone within 10 s: is it connected and switched on?", false},
+    {VELK_MSG_TIMED_OUT, kExitNoAnswer, "the phone stopped answering (nothing for 10 s)", false},
     {VELK_MSG_OPENING_REFUSED, kExitRefused,
      "the phone refused AT or ATE0, the two commands that open every operation", false},
     {VELK_MSG_ANIM_WRITTEN, kExitDone, "", false},
@@ -31,6 +32,22 @@ constexpr EndRow kEndRows[] = {
     {VELK_MSG_ANIM_READ_REFUSED, kExitRefused, "the phone refused AT+IMGR=", true},
 };
 
+// The ends after which part of a write may be on the phone: a refused
+// chunk, silence, a fallen link, Ctrl-C. The other refusals come before the
+// first chunk.
+bool WriteMayHaveBegun(const OperationEnd& end) {
+    switch (end.kind) {
+        case OperationEnd::Kind::kInterrupted:
+            return true;
+        case OperationEnd::Kind::kNotTaken:
+            return false;
+        case OperationEnd::Kind::kFinal:
+            break;
+    }
+    return end.message == VELK_MSG_TIMED_OUT || end.message == VELK_MSG_MID_WRITE_REFUSED ||
+           end.message == VELK_MSG_ANIM_WRITE_REFUSED;
+}
+
 }  // namespace
 
 std::string EndSentence(std::string_view text) {
@@ -40,7 +57,8 @@ std::string EndSentence(std::string_view text) {
 }
 
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): what, then where
-Outcome DescribeEnd(const OperationEnd& end, std::string_view target, std::string_view device) {
+Outcome DescribeEnd(const OperationEnd& end, const OperationTarget& target,
+                    std::string_view device) {
     switch (end.kind) {
         case OperationEnd::Kind::kInterrupted:
             return {kExitInterrupted,
@@ -58,11 +76,35 @@ Outcome DescribeEnd(const OperationEnd& end, std::string_view target, std::strin
     for (const EndRow& row : kEndRows) {
         if (row.message != end.message) continue;
         std::string sentence = row.sentence;
-        if (row.namesTarget && !target.empty()) sentence += " (" + std::string(target) + ")";
+        if (row.message == VELK_MSG_TIMED_OUT) {
+            if (!target.doing.empty()) sentence += " while " + target.doing;
+        } else if (row.exitCode == kExitRefused) {
+            if (row.namesTarget && !target.refused.empty()) sentence += " (" + target.refused + ")";
+            if (end.failure.known && end.failure.code >= 0 && !end.failure.text.empty()) {
+                sentence += " with \"" + end.failure.text + "\"";
+            }
+        }
         return {row.exitCode, sentence};
     }
-    return {kExitFailure, "the library ended the operation with the unknown message " +
-                              std::to_string(end.message)};
+    return {kExitInternal, "the library ended the operation with the unknown message " +
+                               std::to_string(end.message)};
+}
+
+std::string BrokenWriteSentence(const OperationEnd& end, std::string_view what, unsigned frames) {
+    if (!WriteMayHaveBegun(end)) return {};
+    const std::string target(what);
+    if (frames == 0) {
+        return "the write into " + target + " stopped before its end: " + target +
+               " of the phone may now hold an incomplete tone; write it again";
+    }
+    if (end.progress == 0) {
+        return "the write of " + target +
+               " stopped before its first frame was known to have gone out: the phone's " + target +
+               " may now be incomplete; write it again";
+    }
+    return "the write of " + target + " stopped after at least " +
+           std::to_string(std::min(end.progress, frames)) + " of " + std::to_string(frames) +
+           " frames had gone out: the phone's " + target + " is now incomplete; write it again";
 }
 
 }  // namespace velk::cli
