@@ -1,6 +1,5 @@
 // The transfer subcommands of `velkport`, run in process against the
 // simulated phone, and the parts they stand on.
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -185,9 +184,9 @@ TEST(DeviceCheck, TheHolderIsTheProcessWhoseLockIsOnTheDevice) {
         "1: POSIX  ADVISORY  WRITE 900 08:01:5 0 EOF\n"
         "2: FLOCK  ADVISORY  WRITE 4242 00:19:5 0 EOF\n"
         "2: -> FLOCK  ADVISORY  WRITE 4243 00:19:5 0 EOF\n");
-    EXPECT_EQ(LockHolderPid(locks, makedev(0, 25), 5), 4242);
+    EXPECT_EQ(LockHolderPid(locks, FileIdentity{0, 0x19, 5}), 4242);
     std::istringstream waiting("2: -> FLOCK  ADVISORY  WRITE 4243 00:19:5 0 EOF\n");
-    EXPECT_EQ(LockHolderPid(waiting, makedev(0, 25), 5), std::nullopt);
+    EXPECT_EQ(LockHolderPid(waiting, FileIdentity{0, 0x19, 5}), std::nullopt);
 }
 
 TEST(DeviceCheck, OpensTheRealDeviceAsksItAtAndLetsItGo) {

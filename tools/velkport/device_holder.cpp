@@ -1,12 +1,11 @@
 #include "velkport/device_holder.h"
 
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
-
 #include <charconv>
 #include <fstream>
 #include <sstream>
 #include <string_view>
+
+#include "platform/file_identity.h"
 
 namespace velk::cli {
 namespace {
@@ -20,7 +19,7 @@ bool ReadNumber(std::string_view text, Number& value, int base) {
 
 // "MAJOR:MINOR:INODE", the first two in hexadecimal, as the kernel prints
 // the file a lock is on.
-bool SameFile(std::string_view field, unsigned long device, unsigned long inode) {
+bool SameFile(std::string_view field, const FileIdentity& file) {
     const std::size_t first = field.find(':');
     const std::size_t second = field.find(':', first + 1);
     if (first == std::string_view::npos || second == std::string_view::npos) return false;
@@ -29,22 +28,22 @@ bool SameFile(std::string_view field, unsigned long device, unsigned long inode)
     unsigned long number = 0;
     return ReadNumber(field.substr(0, first), major, 16) &&
            ReadNumber(field.substr(first + 1, second - first - 1), minor, 16) &&
-           ReadNumber(field.substr(second + 1), number, 10) && makedev(major, minor) == device &&
-           number == inode;
+           ReadNumber(field.substr(second + 1), number, 10) &&
+           FileIdentity{major, minor, number} == file;
 }
 
 }  // namespace
 
 // 1: FLOCK  ADVISORY  WRITE 4242 00:19:5 0 EOF
 // 1: -> FLOCK  ADVISORY  WRITE 4243 00:19:5 0 EOF      (one waiting for it)
-std::optional<long> LockHolderPid(std::istream& locks, unsigned long device, unsigned long inode) {
+std::optional<long> LockHolderPid(std::istream& locks, const FileIdentity& file) {
     std::string line;
     while (std::getline(locks, line)) {
         std::istringstream fields(line);
-        std::string number, kind, mode, access, pid, file;
-        if (!(fields >> number >> kind >> mode >> access >> pid >> file) || kind == "->") continue;
+        std::string number, kind, mode, access, pid, field;
+        if (!(fields >> number >> kind >> mode >> access >> pid >> field) || kind == "->") continue;
         long holder = 0;
-        if (SameFile(file, device, inode) && ReadNumber(pid, holder, 10) && holder > 0) {
+        if (SameFile(field, file) && ReadNumber(pid, holder, 10) && holder > 0) {
             return holder;
         }
     }
@@ -52,10 +51,10 @@ std::optional<long> LockHolderPid(std::istream& locks, unsigned long device, uns
 }
 
 std::optional<DeviceHolder> FindDeviceHolder(const std::string& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) return std::nullopt;
+    const std::optional<FileIdentity> file = IdentifyFile(path);
+    if (!file) return std::nullopt;
     std::ifstream locks("/proc/locks");
-    const std::optional<long> pid = LockHolderPid(locks, status.st_dev, status.st_ino);
+    const std::optional<long> pid = LockHolderPid(locks, *file);
     if (!pid) return std::nullopt;
     DeviceHolder holder{*pid, {}};
     std::ifstream comm("/proc/" + std::to_string(*pid) + "/comm");

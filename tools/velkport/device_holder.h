@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/file_identity.h"
+
 namespace velk::cli {
 
 struct DeviceHolder {
@@ -13,9 +15,8 @@ struct DeviceHolder {
     std::string command;  // /proc/<pid>/comm; empty when it could not be read
 };
 
-// The holder of the lock on the file with device number `device` and inode
-// `inode`, from the lines of /proc/locks.
-std::optional<long> LockHolderPid(std::istream& locks, unsigned long device, unsigned long inode);
+// The holder of the lock on `file`, from the lines of /proc/locks.
+std::optional<long> LockHolderPid(std::istream& locks, const FileIdentity& file);
 
 // The holder of `path`, when a lock on it can be found.
 std::optional<DeviceHolder> FindDeviceHolder(const std::string& path);
