@@ -25,13 +25,16 @@ const char* CatalogueText(int32_t id) {
 
 std::span<const int32_t> CatalogueResults(int32_t id) {
     const CatalogueEntry* entry = FindCatalogueEntry(id);
-    if (entry == nullptr) return {};
-    switch (entry->decode.style) {
+    return entry != nullptr ? DecodedResults(*entry) : std::span<const int32_t>();
+}
+
+std::span<const int32_t> DecodedResults(const CommandRow& row) {
+    switch (row.decode.style) {
         case DecodeStyle::kNone:
             return {};
         case DecodeStyle::kFields:
         case DecodeStyle::kPart:
-            return {&entry->decode.resultId, 1};
+            return {&row.decode.resultId, 1};
         case DecodeStyle::kMessageRead:
             return kMessageReadResults;
         case DecodeStyle::kMessageList:

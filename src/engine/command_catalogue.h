@@ -17,7 +17,9 @@ class CatalogueRange {
   public:
     class Iterator {
       public:
-        Iterator(const CommandRow* at, const CommandRow* end) : at_(at), end_(end) { SkipTextless(); }
+        Iterator(const CommandRow* at, const CommandRow* end) : at_(at), end_(end) {
+            SkipTextless();
+        }
         const CommandRow& operator*() const { return *at_; }
         Iterator& operator++() {
             ++at_;
@@ -55,5 +57,9 @@ const char* CatalogueText(int32_t id);
 // The result ids of `id`'s information lines; empty for an id that has no
 // text and for one that ends with its final reply alone.
 std::span<const int32_t> CatalogueResults(int32_t id);
+
+// The result ids the information lines of `row`'s reply can give, text or
+// none: the ids a decoder case may post.
+std::span<const int32_t> DecodedResults(const CommandRow& row);
 
 }  // namespace velk

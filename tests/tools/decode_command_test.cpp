@@ -2,9 +2,11 @@
 // The rows cover the command's own paths (echo, errors, lines out of turn, the
 // idle path, the form options) and printed forms with several fields each.
 #include "velkport/decode_command.h"
+#include "velkport/commands_command.h"
 
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -154,6 +156,21 @@ TEST(DecodeCommand, HelpDescribesEveryOption) {
     EXPECT_EQ(outcome.code, kExitDone);
     for (const char* option : {"--id", "--command", "--unsolicited", "--list-form", "--read-form"})
         EXPECT_NE(outcome.out.find(option), std::string::npos) << option;
+}
+
+// Every result id a command lists has a printed form: an id the table of
+// result forms lacks would be listed with no name, and decoded blocks of it
+// would print their id alone.
+TEST(CommandsCommand, EveryListedResultNamesItsForm) {
+    std::istringstream in;
+    std::ostringstream out;
+    std::ostringstream err;
+    ASSERT_EQ(RunCommands(std::vector<std::string>{}, CommandIo{in, out, err}), kExitDone);
+    const std::string table = out.str();
+    EXPECT_NE(table.find(" 236  AT+RNGI       151 ResultToneInfo\n"), std::string::npos) << table;
+    EXPECT_FALSE(std::regex_search(table, std::regex(R"( [0-9]+ (,|\n))"))) << table;
+    const std::vector<std::string> bad = {"--xml"};
+    EXPECT_EQ(RunCommands(bad, CommandIo{in, out, err}), kExitUsage);
 }
 
 }  // namespace

@@ -28,9 +28,14 @@ const char* const kDecodeUsage =
     "  --read-form N   how +CMGR lines are read: 0 delivered (the default),\n"
     "                  1 submitted, 2 broadcast\n"
     "\n"
-    "Example:\n"
+    "The ids and the forms they decode to: velkport commands.\n"
+    "\n"
+    "Examples:\n"
     "  printf '+CPBR: 1,\"+4912345\",145,\"Mum\"\\nOK\\n' | velkport decode --id 13 --command "
-    "'AT+CPBR=1'\n";
+    "'AT+CPBR=1'\n"
+    "  printf '+RNGI: \"Tones\",3,10,253\\nOK\\n' | velkport decode --id 236 --command AT+RNGI\n"
+    "  printf '+IMGR: 1,\"Anim\",1,2,3,4,\"250010\",\"AAAA\",5\\nOK\\n' |\n"
+    "      velkport decode --id 157 --command 'AT+IMGR=1'\n";
 
 namespace {
 

@@ -12,6 +12,7 @@
 
 #include "velkport/cleanup_command.h"
 #include "velkport/command_io.h"
+#include "velkport/commands_command.h"
 #include "velkport/decode_command.h"
 #include "velkport/link_options.h"
 #include "velkport/program_version.h"
@@ -35,6 +36,8 @@ constexpr Subcommand kSubcommands[] = {
     {"image-get", "read an image, frame by frame, into a file", &RunImageGet, true},
     {"image-put", "write an image from a file of frames", &RunImagePut, true},
     {"decode", "print what reply lines from a phone decode to, as JSON", &RunDecode, false},
+    {"commands", "list the catalogue of commands and what their replies decode to", &RunCommands,
+     false},
     {"cleanup", "remove the library's shared memory that no process uses", &RunCleanup, false},
 };
 
