@@ -137,9 +137,9 @@ bool CATTransferThread::OperationRunning() const {
     return linkStands && !readyFlag;
 }
 
-CATTransferThread::StateSnapshot CATTransferThread::Snapshot() const {
+bool CATTransferThread::LinkStands() const {
     std::lock_guard<std::mutex> hold(stateLock);
-    return {transferState, readyFlag, resultFlag, linkStands};
+    return linkStands;
 }
 
 }  // namespace velk

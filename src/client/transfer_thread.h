@@ -102,14 +102,8 @@ class CATTransferThread {
     int FetchAnimData(AnimRecord** record);
     // True while the link stands and an operation runs.
     bool OperationRunning() const;
-
-    struct StateSnapshot {
-        int32_t transferState;
-        int32_t readyFlag;
-        int32_t resultFlag;
-        bool linkStands;
-    };
-    StateSnapshot Snapshot() const;
+    // False once the link fell or was stopped.
+    bool LinkStands() const;
 
   private:
     struct RequestRow;
