@@ -8,7 +8,6 @@
 #include <chrono>
 #include <thread>
 
-#include "platform/manual_event.h"
 #include "platform/tick_clock.h"
 
 namespace velk {
@@ -24,25 +23,6 @@ void OnOwnThread(F body) {
         body();
         CloseThreadQueue();
     }).join();
-}
-
-TEST(ThreadMessages, KeepsOrderAndFiltersByRange) {
-    OnOwnThread([] {
-        const ThreadId self = CurrentThreadId();
-        ASSERT_NE(self, kNoThread);
-        for (const intptr_t n : {1, 2, 3})
-            ASSERT_TRUE(PostThreadMessage(self, n == 2 ? 20 : 10, 0, n));
-        ThreadMessage m;
-        ASSERT_TRUE(PeekThreadMessage(m, 20, 20, false));
-        EXPECT_EQ(m.lParam, 2);
-        ASSERT_TRUE(PeekThreadMessage(m, 20, 20, true));
-        EXPECT_FALSE(PeekThreadMessage(m, 20, 20, true));
-        ASSERT_TRUE(PeekThreadMessage(m));
-        EXPECT_EQ(m.lParam, 1);
-        GetThreadMessage(m);
-        EXPECT_EQ(m.lParam, 3);
-        EXPECT_FALSE(PeekThreadMessage(m));
-    });
 }
 
 TEST(ThreadMessages, PostsFailWhenFullClosedOrUnknownAndCloseHandsBackTheRest) {
@@ -123,22 +103,6 @@ TEST(TickClock, TestClockEndsTimedWaitsItPasses) {
     t.join();
     EXPECT_EQ(state, 3);
     EXPECT_EQ(GetTickCount(), 0xFFFFFF00u + 10050u);
-}
-
-TEST(ManualEvent, StaysSetUntilResetAndTimesOutOnTheClock) {
-    TestTickClock clock;
-    ManualEvent event;
-    std::atomic<int> result{-1};
-    std::thread t([&] { result = event.Wait(100) ? 1 : 0; });
-    clock.AwaitWaiters(1);
-    clock.Advance(100);
-    t.join();
-    EXPECT_EQ(result, 0);
-    event.Set();
-    EXPECT_TRUE(event.Wait(0));
-    EXPECT_TRUE(event.Wait(5));
-    event.Reset();
-    EXPECT_FALSE(event.IsSet());
 }
 
 }  // namespace
