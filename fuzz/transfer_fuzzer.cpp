@@ -171,11 +171,7 @@ class TransferRun {
     // The image operations send their final message just before they take
     // the idle state; a client that asks again at once may be refused.
     void WaitUntilIdle() {
-        for (;;) {
-            const CATTransferThread::StateSnapshot s = transfer_.Snapshot();
-            if (s.readyFlag == 1 && s.transferState == kStateIdle) return;
-            std::this_thread::yield();
-        }
+        while (transfer_.OperationRunning()) std::this_thread::yield();
     }
 
     int Request(fuzz::Operation op) {

@@ -12,12 +12,6 @@
 #include "engine/message_numbers.h"
 
 namespace velk {
-namespace {
-
-constexpr uint16_t kLargestTone = 32512;  // the chunk index must reach count + 2
-constexpr uint16_t kFrameChars = 1536;
-
-}  // namespace
 
 int CATTransferThread::RequestMidInfo() {
     {
@@ -54,10 +48,7 @@ int CATTransferThread::RequestMidWrite(const MidRecord& record) {
         if (!linkStands || !readyFlag) return 0;
         readyFlag = 0;
         resultFlag = 0;
-        midWriteRecord = std::move(copy);
-        midWriteText = std::move(text);
-        midChunkCount = static_cast<uint8_t>(record.size / 128);
-        midChunkRest = static_cast<uint8_t>(record.size % 128);
+        tone.TakeWrite(std::move(copy), std::move(text));
     }
     return PostThreadMessage(threadId_, kMsgWriteMid, kRequestParam, 0) ? 1 : 0;
 }
@@ -76,9 +67,9 @@ int CATTransferThread::RequestAnim(uint8_t id) {
     {
         std::lock_guard<std::mutex> hold(stateLock);
         if (!linkStands || !readyFlag) return 0;
-        animId = id;
+        image.id = id;
     }
-    followUpAction = 1;
+    image.followUpAction = kFollowUpRead;
     return PostThreadMessage(threadId_, kMsgReadAnimInfo, kRequestParam, 0) ? 1 : 0;
 }
 
@@ -100,9 +91,9 @@ int CATTransferThread::RequestAnimWrite(const AnimRecord& record) {
         if (!linkStands || !readyFlag) return 0;
         readyFlag = 0;
         resultFlag = 0;
-        animWriteRecord = std::move(copy);
+        image.writeRecord = std::move(copy);
     }
-    followUpAction = 2;
+    image.followUpAction = kFollowUpWrite;
     return PostThreadMessage(threadId_, kMsgReadAnimInfo, kRequestParam, 0) ? 1 : 0;
 }
 
@@ -110,7 +101,7 @@ int CATTransferThread::FetchMidInfo(MidInfoRecord** info) {
     if (!info) return 0;
     std::lock_guard<std::mutex> hold(stateLock);
     if (!linkStands || !readyFlag || !resultFlag) return 0;
-    *info = midInfo.get();
+    *info = tone.info.get();
     return *info != nullptr ? 1 : 0;
 }
 
@@ -119,9 +110,9 @@ int CATTransferThread::FetchMidData(MidRecord** record) {
     std::lock_guard<std::mutex> hold(stateLock);
     if (!linkStands || !readyFlag || !resultFlag) return 0;
     *record = nullptr;
-    if (!midReadRecord) return 0;
-    FillMidData();
-    *record = midReadRecord.get();
+    if (!tone.readRecord) return 0;
+    tone.FillReadData();
+    *record = tone.readRecord.get();
     return 1;
 }
 
@@ -129,7 +120,7 @@ int CATTransferThread::FetchAnimInfo(AnimInfoRecord** info) {
     if (!info) return 0;
     std::lock_guard<std::mutex> hold(stateLock);
     if (!linkStands || !readyFlag || !resultFlag) return 0;
-    *info = animInfo.get();
+    *info = image.info.get();
     return 1;
 }
 
@@ -137,7 +128,7 @@ int CATTransferThread::FetchAnimData(AnimRecord** record) {
     if (!record) return 0;
     std::lock_guard<std::mutex> hold(stateLock);
     if (!linkStands || !readyFlag || !resultFlag) return 0;
-    *record = animReadRecord.get();
+    *record = image.readRecord.get();
     return 1;
 }
 
@@ -146,9 +137,9 @@ bool CATTransferThread::OperationRunning() const {
     return linkStands && !readyFlag;
 }
 
-CATTransferThread::StateSnapshot CATTransferThread::Snapshot() const {
+bool CATTransferThread::LinkStands() const {
     std::lock_guard<std::mutex> hold(stateLock);
-    return {transferState, readyFlag, resultFlag, linkStands};
+    return linkStands;
 }
 
 }  // namespace velk

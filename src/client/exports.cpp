@@ -11,7 +11,6 @@
 #include <mutex>
 #include <shared_mutex>
 
-#include "client/exports_state.h"
 #include "client/transfer_thread.h"
 #include "platform/window_sink.h"
 #include "serial/port_devices.h"
@@ -97,16 +96,10 @@ void EndLink(bool keepWindow) {
 }
 
 bool LinkStands() {
-    return g_bThreadStarted.load() && g_pTransferThread && g_pTransferThread->Snapshot().linkStands;
+    return g_bThreadStarted.load() && g_pTransferThread && g_pTransferThread->LinkStands();
 }
 
 }  // namespace
-
-CATTransferThread::StateSnapshot CurrentTransferState() {
-    std::shared_lock<std::shared_mutex> guard(g_linkGuard);
-    if (!g_pTransferThread) return {kStateIdle, 0, 0, false};
-    return g_pTransferThread->Snapshot();
-}
 
 }  // namespace velk
 

@@ -11,7 +11,6 @@
 namespace velk {
 namespace {
 
-constexpr std::size_t kToneChunkChars = 128;
 // The part number of a +RNGR line that carries the whole tone.
 constexpr uint8_t kOnlyPart = 255;
 
@@ -22,17 +21,17 @@ void CATTransferThread::OnRequestReadMidInfo(const ThreadMessage&) {
 }
 
 void CATTransferThread::OnRequestReadMid(const ThreadMessage& message) {
-    midSlot = static_cast<uint8_t>(message.lParam);
+    tone.slot = static_cast<uint8_t>(message.lParam);
     {
         std::lock_guard<std::mutex> hold(stateLock);
         if (transferState != kStateIdle) return;
     }
-    midReadStarted = false;
+    tone.readStarted = false;
     OpenWith(kStateToneRead);
 }
 
 void CATTransferThread::OnRequestWriteMid(const ThreadMessage&) {
-    midChunkIndex = 1;
+    tone.chunkIndex = 1;
     OpenWith(kStateToneWrite);
 }
 
@@ -41,7 +40,7 @@ void CATTransferThread::SendToneInfo() {
 }
 
 void CATTransferThread::SendToneRead() {
-    SendSingle(kCmdToneRead, midSlot);
+    SendSingle(kCmdToneRead, tone.slot);
 }
 
 // +RNGI: <name>,<number1>,<number2>,<number3>
@@ -54,7 +53,7 @@ void CATTransferThread::OnToneInfo(const ATCommandBlock& block) {
     info->infoNumber1 = line.infoNumber1;
     info->infoNumber2 = line.infoNumber2;
     info->infoNumber3 = line.infoNumber3;
-    midInfo = std::move(info);
+    tone.info = std::move(info);
 }
 
 // +RNGR: <slot>,<name>,<part>,<parts>,<size or length>,...,<text>,<check>
@@ -73,16 +72,16 @@ void CATTransferThread::OnTonePart(const ATCommandBlock& block) {
         record->nameLength = static_cast<uint16_t>(
             CopyName(record->name, sizeof record->name, line.name, line.nameLength));
         record->size = size;
-        midReadRecord = std::move(record);
-        midReadText.clear();
-        midReadStarted = true;
-    } else if (!midReadStarted) {
+        tone.readRecord = std::move(record);
+        tone.readText.clear();
+        tone.readStarted = true;
+    } else if (!tone.readStarted) {
         // A later part with no first part has no record to go with.
         return;
     }
-    midReadText += '"';
-    midReadText.append(line.text, strnlen(line.text, sizeof line.text));
-    midReadText += '"';
+    tone.readText += '"';
+    tone.readText.append(line.text, strnlen(line.text, sizeof line.text));
+    tone.readText += '"';
 }
 
 void CATTransferThread::OnToneInfoDone() {
@@ -91,61 +90,55 @@ void CATTransferThread::OnToneInfoDone() {
 }
 
 void CATTransferThread::OnToneReadDone() {
-    if (!midReadStarted) {
+    if (!tone.readStarted) {
         // The slot holds nothing: the client gets an empty tone, never the
         // one an earlier read left behind.
         MidRecordPtr record = NewMidRecord(0);
-        record->id = midSlot;
-        midReadRecord = std::move(record);
-        midReadText.clear();
+        record->id = tone.slot;
+        tone.readRecord = std::move(record);
+        tone.readText.clear();
     }
     EndOperation(1);
     PostWindow(VELK_MSG_MID_READ);
 }
 
-// One chunk of the tone: the whole chunks of 128 characters first, then the
-// short rest, which always goes out, empty when the size is a multiple of 128.
+// One chunk of the tone; the last one always goes out.
 void CATTransferThread::ToneChunkStep() {
-    if (!midWriteRecord) {
+    if (!tone.writeRecord) {
         PostWindow(VELK_MSG_MID_WRITE_REFUSED);
         EndOperation(0);
         return;
     }
-    // Chunk n starts at character 128 (n - 1) of the text, which stays whole
-    // until the last chunk: no chunk moves the rest of the tone.
-    const std::size_t start = std::min<std::size_t>(
-        static_cast<std::size_t>(midChunkIndex - 1) * kToneChunkChars, midWriteText.size());
-    midChunkText.assign(midWriteText, start, kToneChunkChars);
-    if (midChunkIndex > midChunkCount) midWriteText.clear();
-
+    const std::string body = tone.ChunkBody();
     CommandBlockPtr block = NewCommand(kCmdToneWrite);
     if (!block) {
         // Out of memory counts as a post that failed.
         ResetToneWrite();
         return;
     }
+    const MidRecord& record = *tone.writeRecord;
     RequestToneChunk& chunk = block->request.toneChunk;
-    chunk.slot = midWriteRecord->id;
+    chunk.slot = record.id;
     chunk.nameLength = static_cast<uint8_t>(
-        CopyName(chunk.name, sizeof chunk.name, midWriteRecord->name, midWriteRecord->nameLength));
+        CopyName(chunk.name, sizeof chunk.name, record.name, record.nameLength));
     chunk.kind = 2;
     chunk.flag = 1;
-    chunk.chunkIndex = midChunkIndex;
-    if (midChunkIndex == 1) {
-        chunk.chunkCount = midChunkCount;
-        chunk.chunkRest = midChunkRest;
+    chunk.chunkIndex = tone.chunkIndex;
+    if (tone.chunkIndex == 1) {
+        chunk.chunkCount = tone.chunkCount;
+        chunk.chunkRest = tone.chunkRest;
     }
-    chunk.bodyLength = static_cast<uint8_t>(midChunkText.size());
-    std::memcpy(chunk.body, midChunkText.data(), midChunkText.size());
-    chunk.check = ChunkCheck(midChunkText);
+    chunk.bodyLength = static_cast<uint8_t>(body.size());
+    std::memcpy(chunk.body, body.data(), body.size());
+    chunk.check = ChunkCheck(body);
     // One chunk only may be in flight.
     pendingCommands.clear();
     if (!SendCommand(std::move(block))) ResetToneWrite();
 }
 
 void CATTransferThread::OnToneChunkDone() {
-    ++midChunkIndex;
-    if (midChunkIndex <= midChunkCount + 1) {
+    ++tone.chunkIndex;
+    if (tone.chunkIndex <= tone.chunkCount + 1) {
         ToneChunkStep();
         return;
     }
@@ -155,17 +148,7 @@ void CATTransferThread::OnToneChunkDone() {
 }
 
 void CATTransferThread::ResetToneWrite() {
-    midChunkIndex = 1;
-    midWriteRecord.reset();
-}
-
-// The joined text loses its quotes and fills the record's buffer, never past
-// the size that the phone stated nor past the text that came.
-void CATTransferThread::FillMidData() {
-    RemoveQuotes(midReadText);
-    const std::size_t count = std::min<std::size_t>(midReadRecord->size, midReadText.size());
-    if (count != 0) std::memcpy(midReadRecord->data, midReadText.data(), count);
-    midReadRecord->size = static_cast<uint16_t>(count);
+    tone.EndWrite();
 }
 
 }  // namespace velk

@@ -53,12 +53,12 @@ void CATTransferThread::ReleaseTransferData() {
     // From here on the exports find the link gone and touch nothing.
     linkStands = false;
     pendingCommands.clear();
-    midWriteRecord.reset();
-    midReadRecord.reset();
-    midInfo.reset();
-    animWriteRecord.reset();
-    animInfo.reset();
-    animReadRecord.reset();
+    tone.writeRecord.reset();
+    tone.readRecord.reset();
+    tone.info.reset();
+    image.writeRecord.reset();
+    image.info.reset();
+    image.readRecord.reset();
 }
 
 }  // namespace velk

@@ -257,7 +257,7 @@ void CATTransferThread::EndOperation(int32_t resultFlagAfter) {
     std::lock_guard<std::mutex> hold(stateLock);
     // An image transfer whose information step failed must not resume with
     // the next information read.
-    if (resultFlagAfter == 0) followUpAction = 0;
+    if (resultFlagAfter == 0) image.followUpAction = kFollowUpNone;
     transferState = kStateIdle;
     readyFlag = 1;
     resultFlag = resultFlagAfter;
@@ -270,7 +270,7 @@ bool CATTransferThread::EndIfIdle(uint32_t windowMessage) {
     {
         std::lock_guard<std::mutex> hold(stateLock);
         if (transferState != kStateIdle) return false;
-        followUpAction = 0;
+        image.followUpAction = kFollowUpNone;
         resultFlag = 0;
     }
     PostWindow(windowMessage);
@@ -298,8 +298,8 @@ void CATTransferThread::ClearWorkerPending() {
 }
 
 void CATTransferThread::ReleaseWriteRecords() {
-    midWriteRecord.reset();
-    animWriteRecord.reset();
+    tone.writeRecord.reset();
+    image.writeRecord.reset();
 }
 
 // ---- commands ----------------------------------------------------------
@@ -386,8 +386,8 @@ void CATTransferThread::OnCommandTimeout() {
     }
     // Whatever timed out, a write left behind must not leak into the next.
     ReleaseWriteRecords();
-    if (id == kCmdToneWrite) midChunkIndex = 1;
-    if (id == kCmdImageWrite) ResetImageChunkIndex();
+    if (id == kCmdToneWrite) tone.chunkIndex = 1;
+    if (id == kCmdImageWrite) image.chunkIndex = 1;
     PostWindow(VELK_MSG_TIMED_OUT);
     EndOperation(0);
     atRetryCount = 0;

@@ -20,10 +20,10 @@
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <thread>
 
-#include "client/transfer_records.h"
+#include "client/image_transfer.h"
+#include "client/tone_transfer.h"
 #include "engine/command_block.h"
 #include "platform/manual_event.h"
 #include "platform/thread_messages.h"
@@ -102,14 +102,8 @@ class CATTransferThread {
     int FetchAnimData(AnimRecord** record);
     // True while the link stands and an operation runs.
     bool OperationRunning() const;
-
-    struct StateSnapshot {
-        int32_t transferState;
-        int32_t readyFlag;
-        int32_t resultFlag;
-        bool linkStands;
-    };
-    StateSnapshot Snapshot() const;
+    // False once the link fell or was stopped.
+    bool LinkStands() const;
 
   private:
     struct RequestRow;
@@ -165,7 +159,6 @@ class CATTransferThread {
     void OnToneReadDone();
     void OnToneChunkDone();
     void ResetToneWrite();
-    void FillMidData();
 
     // Images (image_transfers.cpp).
     void OnRequestReadAnimInfo(const ThreadMessage& message);
@@ -182,10 +175,6 @@ class CATTransferThread {
     void ReleaseAnimInfo();
     void ReleaseAnimWrite();
     void ReleaseAnimRead();
-    static void ResetImageChunkIndex();
-    bool ImageListed(uint8_t id) const;
-    uint8_t FirstFrameOf(uint8_t id) const;
-    uint16_t FrameCountOf(uint8_t id) const;
 
     WindowSink& window_;
     std::thread thread_;
@@ -200,21 +189,11 @@ class CATTransferThread {
     int32_t resultFlag = 0;
     bool linkStands = true;
 
-    // Written by the exports as well as by this thread.
-    std::atomic<int32_t> followUpAction{0};
-    std::atomic<uint8_t> animId{1};
-
-    // Handed out to, or taken over from, the exports under stateLock.
-    MidInfoPtr midInfo;
-    MidRecordPtr midReadRecord;
-    MidRecordPtr midWriteRecord;
-    AnimInfoPtr animInfo;
-    AnimRecordPtr animWriteRecord;
-    AnimRecordPtr animReadRecord;
-    std::string midReadText;
-    std::string midWriteText;
-    uint8_t midChunkCount = 0;
-    uint8_t midChunkRest = 0;
+    // The records of each kind are handed out to, or taken over from, the
+    // exports under stateLock; the rest is this thread's own while an
+    // operation runs.
+    ToneTransfer tone;
+    ImageTransfer image;
 
     // Link parameters, set before the thread takes messages.
     uint8_t portNumber = 1;
@@ -230,22 +209,6 @@ class CATTransferThread {
     bool openingSilenceArmed = false;
     uint32_t openingSilenceSince = 0;
     LookHabit resultWait;  // whether results come fast enough to look for
-
-    uint8_t midChunkIndex = 1;
-    std::string midChunkText;
-    uint8_t midSlot = 0;
-    bool midReadStarted = false;
-
-    std::string animReadText;
-    std::deque<std::string> animFrames;  // frames still to be written, front first
-    uint8_t animFrameNumber = 1;
-    uint8_t animFirstFrame = 1;
-    uint16_t animImageFrames = 0;
-    int32_t animFrameCount = 0;
-    uint8_t animFrameChunks = 0;
-    uint8_t animFrameRest = 0;
-    std::string animFrameText;
-    bool animReadStarted = false;
 };
 
 }  // namespace velk

@@ -33,10 +33,6 @@ std::size_t LastNotIn(std::string_view text, const ByteSet& set) {
 
 }  // namespace
 
-std::string Left(std::string_view text, int count) {
-    return std::string(text.substr(0, Clamp(text, count)));
-}
-
 std::string Right(std::string_view text, int count) {
     const std::size_t n = Clamp(text, count);
     return std::string(text.substr(text.size() - n));
@@ -74,11 +70,6 @@ std::string TrimLeft(std::string_view text) {
 
 std::string TrimRight(std::string_view text) {
     return TrimRight(text, kWhiteSpace);
-}
-
-int Find(std::string_view text, std::string_view part) {
-    const std::size_t at = text.find(part);
-    return at == std::string_view::npos ? -1 : static_cast<int>(at);
 }
 
 }  // namespace velk

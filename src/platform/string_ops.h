@@ -17,11 +17,8 @@ namespace velk {
 // blank, tab, line feed, vertical tab, form feed, carriage return.
 inline constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 
-// The first `count` bytes of `text`: all of it when `count` exceeds its
+// The last `count` bytes of `text`: all of it when `count` exceeds its
 // length, nothing when `count` is zero or negative.
-std::string Left(std::string_view text, int count);
-
-// The last `count` bytes of `text`, with the same limits as Left.
 std::string Right(std::string_view text, int count);
 
 // `text` up to the first byte that occurs in `set`; all of `text` when none
@@ -59,10 +56,6 @@ std::string TrimRight(std::string_view text, std::string_view set);
 // The same with white space as the set.
 std::string TrimLeft(std::string_view text);
 std::string TrimRight(std::string_view text);
-
-// Position of the first occurrence of `part` in `text`, or -1. An empty
-// `part` is found at 0.
-int Find(std::string_view text, std::string_view part);
 
 // True when `text` holds `part` anywhere.
 inline bool Contains(std::string_view text, std::string_view part) {

@@ -41,21 +41,6 @@ int HasLine() {
     return queue.lines.empty() ? 0 : 1;
 }
 
-uint32_t HeadLength() {
-    ReceiveQueue& queue = TheQueue();
-    std::lock_guard<std::mutex> hold(queue.lock);
-    return queue.lines.empty() ? 0 : static_cast<uint32_t>(queue.lines.front().size());
-}
-
-void PopLine(char* buffer) {
-    ReceiveQueue& queue = TheQueue();
-    std::lock_guard<std::mutex> hold(queue.lock);
-    if (queue.lines.empty()) return;
-    const std::string& line = queue.lines.front();
-    std::copy(line.begin(), line.end(), buffer);
-    queue.lines.pop_front();
-}
-
 int ClearLines() {
     ReceiveQueue& queue = TheQueue();
     std::lock_guard<std::mutex> hold(queue.lock);

@@ -15,13 +15,6 @@ int PushLine(const char* bytes, uint32_t count);
 // 1 when a line waits.
 int HasLine();
 
-// The byte count of the first line, 0 when none waits.
-uint32_t HeadLength();
-
-// Copies the first line to `buffer`, which holds HeadLength() bytes, and
-// drops it from the queue. Does nothing when none waits.
-void PopLine(char* buffer);
-
 // Drops every line. Returns 1.
 int ClearLines();
 

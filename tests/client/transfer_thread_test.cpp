@@ -1,12 +1,10 @@
 // The transfer thread against a worker that answers from a script: what no
-// real phone can show, the requests to drop the worker's pending commands and
-// an opening command answered after an unusual error text.
+// real phone can show, the requests to drop the worker's pending commands.
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstring>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 #include "engine/command_block.h"
@@ -28,9 +26,8 @@ bool Eventually(const std::function<bool()>& condition) {
     return false;
 }
 
-// Answers every command at once with OK, but the one scripted: once with an
-// error of the scripted text, then OK when `thenOk`. Counts the requests to
-// drop pending commands.
+// Answers every command at once with OK, but the one scripted, once with
+// "ERROR". Counts the requests to drop pending commands.
 class ScriptedWorker : public WorkerControl {
   public:
     ScriptedWorker() { SetWorkerControlForTests(this); }
@@ -39,12 +36,7 @@ class ScriptedWorker : public WorkerControl {
         SetWorkerControlForTests(nullptr);
     }
 
-    void Refuse(int32_t command, const char* text, bool thenOk = false) {
-        std::lock_guard<std::mutex> hold(mutex_);
-        refused_ = command;
-        text_ = text;
-        thenOk_ = thenOk;
-    }
+    void Refuse(int32_t command) { refused_ = command; }
     int Clears() const { return clears_.load(); }
 
     int Start(ThreadId controller, uint8_t, uint32_t, bool) override {
@@ -71,11 +63,11 @@ class ScriptedWorker : public WorkerControl {
         return command ? BlockOf(m) : nullptr;
     }
     // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): result, then the command it ends
-    static void Post(ThreadId controller, int32_t resultId, int32_t command, const char* text) {
+    static void Post(ThreadId controller, int32_t resultId, int32_t command) {
         ATCommandBlock* result = AllocCommandBlock();
         result->resultId = resultId;
         if (resultId == kResultDone) result->result.done.commandId = command;
-        if (resultId == kResultError) std::strcpy(result->result.error.message, text);
+        if (resultId == kResultError) std::strcpy(result->result.error.message, "ERROR");
         PostThreadMessage(controller, MessageForId(resultId), kResultParam,
                           reinterpret_cast<intptr_t>(result));
     }
@@ -87,22 +79,15 @@ class ScriptedWorker : public WorkerControl {
             if (block == nullptr) continue;
             const int32_t command = block->commandId;
             FreeCommandBlock(block);
-            std::unique_lock<std::mutex> hold(mutex_);
-            const bool refuse = command == refused_, thenOk = thenOk_;
-            const char* text = text_;
-            if (refuse) refused_ = -1;
-            hold.unlock();
-            if (refuse) Post(controller, kResultError, command, text);
-            if (!refuse || thenOk) Post(controller, kResultDone, command, nullptr);
+            int32_t expected = command;
+            const bool refuse = refused_.compare_exchange_strong(expected, -1);
+            Post(controller, refuse ? kResultError : kResultDone, command);
         }
         PostThreadMessage(controller, AT_MSG_STOPPED, kResultParam, 0);
         CloseThreadQueue([](const ThreadMessage& m) { FreeCommandBlock(CommandOf(m)); });
     }
 
-    std::mutex mutex_;
-    int32_t refused_ = -1;
-    const char* text_ = "";
-    bool thenOk_ = false;
+    std::atomic<int32_t> refused_{-1};
     std::atomic<int> clears_{0};
     std::thread thread_;
     std::atomic<ThreadId> id_{kNoThread};
@@ -139,19 +124,13 @@ TEST_F(TransferThread, RefusedTransferCommandClearsTheWorkersPendingCommands) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.message);
-        worker.Refuse(c.refused, "ERROR");
+        worker.Refuse(c.refused);
         ASSERT_TRUE(Eventually([&] { return c.start() == 1; }));
         EXPECT_EQ(window.UntilFinal(), std::vector<uint32_t>{c.message});
         EXPECT_TRUE(window.Quiet(20));
         Eventually([&] { return worker.Clears() >= c.clears; });
         EXPECT_EQ(worker.Clears(), c.clears);
     }
-}
-
-TEST_F(TransferThread, AttentionAnsweredAfterAnotherErrorTextOpensTheOperation) {
-    worker.Refuse(kCmdAttention, "NO CARRIER", true);
-    ASSERT_EQ(velk_ReadMidInfo(), 1);
-    EXPECT_EQ(window.UntilFinal(), std::vector<uint32_t>{VELK_MSG_MID_INFO_READ});
 }
 
 }  // namespace

@@ -40,20 +40,13 @@ void ReadExactly(int fd, std::size_t count) {
     }
 }
 
-TEST(WindowSink, ProgressIsDroppedWhenThePipeIsFull) {
-    WindowReader reader;
-    WindowSink sink;
-    ASSERT_TRUE(sink.Open(reader.WriteEnd()));
-    FillPipe(reader.WriteEnd());
-    EXPECT_FALSE(sink.PostProgress(VELK_MSG_ANIM_WRITE_PROGRESS));
-}
-
-TEST(WindowSink, FinalMessageWaitsForRoomAndThenGoesOut) {
+TEST(WindowSink, OnAFullPipeProgressIsDroppedAndAFinalMessageWaitsForRoom) {
     WindowReader reader;
     WindowSink sink;
     ASSERT_TRUE(sink.Open(reader.WriteEnd()));
     const int flags = fcntl(reader.WriteEnd(), F_GETFL);
     const std::size_t filler = FillPipe(reader.WriteEnd());
+    EXPECT_FALSE(sink.PostProgress(VELK_MSG_ANIM_WRITE_PROGRESS));
     auto posted =
         std::async(std::launch::async, [&] { return sink.PostFinal(VELK_MSG_MID_WRITTEN); });
     EXPECT_EQ(posted.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);

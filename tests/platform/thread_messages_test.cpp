@@ -4,17 +4,10 @@
 
 #include <time.h>
 
-#include <atomic>
-#include <chrono>
 #include <thread>
-
-#include "platform/manual_event.h"
-#include "platform/tick_clock.h"
 
 namespace velk {
 namespace {
-
-using namespace std::chrono_literals;
 
 // Runs `body` on a fresh thread that owns a queue, so tests do not share one.
 template <typename F>
@@ -24,25 +17,6 @@ void OnOwnThread(F body) {
         body();
         CloseThreadQueue();
     }).join();
-}
-
-TEST(ThreadMessages, KeepsOrderAndFiltersByRange) {
-    OnOwnThread([] {
-        const ThreadId self = CurrentThreadId();
-        ASSERT_NE(self, kNoThread);
-        for (const intptr_t n : {1, 2, 3})
-            ASSERT_TRUE(PostThreadMessage(self, n == 2 ? 20 : 10, 0, n));
-        ThreadMessage m;
-        ASSERT_TRUE(PeekThreadMessage(m, 20, 20, false));
-        EXPECT_EQ(m.lParam, 2);
-        ASSERT_TRUE(PeekThreadMessage(m, 20, 20, true));
-        EXPECT_FALSE(PeekThreadMessage(m, 20, 20, true));
-        ASSERT_TRUE(PeekThreadMessage(m));
-        EXPECT_EQ(m.lParam, 1);
-        GetThreadMessage(m);
-        EXPECT_EQ(m.lParam, 3);
-        EXPECT_FALSE(PeekThreadMessage(m));
-    });
 }
 
 TEST(ThreadMessages, PostsFailWhenFullClosedOrUnknownAndCloseHandsBackTheRest) {
@@ -67,22 +41,6 @@ TEST(ThreadMessages, PostsFailWhenFullClosedOrUnknownAndCloseHandsBackTheRest) {
     EXPECT_FALSE(PostThreadMessage(999999, 1, 0, 0));
 }
 
-TEST(ThreadMessages, PostWakesAWaiterAtOnce) {
-    std::atomic<ThreadId> id{kNoThread};
-    std::atomic<bool> woke{false};
-    std::thread t([&] {
-        id = EnsureThreadQueue();
-        woke = WaitForThreadMessage(kInfinite);
-        CloseThreadQueue();
-    });
-    while (id == kNoThread) std::this_thread::yield();
-    const auto start = std::chrono::steady_clock::now();
-    ASSERT_TRUE(PostThreadMessage(id, 1, 0, 0));
-    t.join();
-    EXPECT_TRUE(woke);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 500ms);
-}
-
 // Before it sleeps a waiter looks for its message for a moment; a wait that
 // finds none must still give the core back rather than spin through it. A
 // habit teaches the wait: after a slow answer it does not look, after a
@@ -104,41 +62,6 @@ TEST(ThreadMessages, WaitsGiveTheCoreBackAndLearnWhetherToLook) {
         EXPECT_TRUE(WaitForThreadMessage(kInfinite, &habit));
         EXPECT_TRUE(habit.ShouldLook());
     });
-}
-
-TEST(TickClock, TestClockEndsTimedWaitsItPasses) {
-    TestTickClock clock(0xFFFFFF00u);  // near the wrap
-    std::atomic<int> state{0};
-    std::thread t([&] {
-        EnsureThreadQueue();
-        state = 1;
-        state = WaitForThreadMessage(10050) ? 2 : 3;
-        CloseThreadQueue();
-    });
-    clock.AwaitWaiters(1);
-    clock.Advance(10049);
-    std::this_thread::sleep_for(20ms);
-    EXPECT_EQ(state, 1) << "a wait must not end before its time";
-    clock.Advance(1);
-    t.join();
-    EXPECT_EQ(state, 3);
-    EXPECT_EQ(GetTickCount(), 0xFFFFFF00u + 10050u);
-}
-
-TEST(ManualEvent, StaysSetUntilResetAndTimesOutOnTheClock) {
-    TestTickClock clock;
-    ManualEvent event;
-    std::atomic<int> result{-1};
-    std::thread t([&] { result = event.Wait(100) ? 1 : 0; });
-    clock.AwaitWaiters(1);
-    clock.Advance(100);
-    t.join();
-    EXPECT_EQ(result, 0);
-    event.Set();
-    EXPECT_TRUE(event.Wait(0));
-    EXPECT_TRUE(event.Wait(5));
-    event.Reset();
-    EXPECT_FALSE(event.IsSet());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
-// The named objects when a process that waits on one is killed in its wait:
-// the processes left must go on setting, releasing and waiting as before.
+// The named event that the other process sets for the worker's watcher,
+// when a process that waits on it is killed in its wait: the processes left
+// must go on setting and waiting as before.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
@@ -65,40 +66,6 @@ TEST(NamedSyncAfterAKilledWaiter, EventStillSetsWakesAndCountsItsEdges) {
     EXPECT_EQ(event.Wait(0), kWaitTimeout);
     event.Close();
     RemoveNamedObject(name.c_str());
-}
-
-TEST(NamedSyncAfterAKilledWaiter, SemaphoreAndMutexStillPassTheirUnits) {
-    const std::string semName = UniqueName("sem");
-    const std::string mutexName = UniqueName("mx");
-    NamedSemaphore semaphore;
-    NamedMutex mutex;
-    ASSERT_TRUE(semaphore.Create(semName.c_str(), 0, 5));
-    ASSERT_TRUE(mutex.Create(mutexName.c_str()));
-    ASSERT_EQ(mutex.Wait(0), kWaitObject0);
-    KillChildInsideWait([&] {
-        NamedSemaphore mine;
-        if (mine.Create(semName.c_str(), 0, 5)) mine.Wait(kInfinite);
-    });
-    KillChildInsideWait([&] {
-        NamedMutex mine;
-        // A timed wait sleeps on the mutex's gate, not on the mutex.
-        if (mine.Create(mutexName.c_str())) mine.Wait(60000);
-    });
-    for (int round = 0; round < 3; ++round) {
-        EXPECT_TRUE(semaphore.Release(1, nullptr));
-        EXPECT_EQ(semaphore.Wait(1000), kWaitObject0);
-    }
-    EXPECT_TRUE(mutex.Release());
-    ChildProcess taker([&](const test::Channel&) {
-        NamedMutex mine;
-        if (!mine.Create(mutexName.c_str())) return 1;
-        return mine.Wait(test::Channel::kStepPatienceMs) == kWaitObject0 && mine.Release() ? 0 : 2;
-    });
-    EXPECT_EQ(taker.Wait(), 0);
-    semaphore.Close();
-    mutex.Close();
-    RemoveNamedObject(semName.c_str());
-    RemoveNamedObject(mutexName.c_str());
 }
 
 }  // namespace

@@ -180,19 +180,6 @@ TEST_F(LinkOnPty, TheDeviceIsHeldWhileTheLinkStandsAndFreeAfterIt) {
     EXPECT_EQ(status, 0);
 }
 
-TEST_F(LinkOnPty, LinesReachTheWorkerInOrder) {
-    ASSERT_EQ(Start(), 1);
-    Link().ResetReceive();
-    phone_.Send("\r\n+RNGI: \"Ring\",3");
-    phone_.Send(",1\r");
-    phone_.Send("\n\r\nSECOND\r\n\r\nOK\r\n");
-    for (int i = 0; i < 3; ++i) ASSERT_EQ(NextMessage(), AT_MSG_LINE_RECEIVED) << i;
-    EXPECT_EQ(TakeText(), "+RNGI: \"Ring\",3,1\r\n");
-    EXPECT_EQ(TakeText(), "SECOND\r\n");
-    EXPECT_EQ(TakeText(), "OK\r\n");
-    EXPECT_EQ(NextMessage(100), 0u) << "a blank line gives no message";
-}
-
 TEST_F(LinkOnPty, CommandsGoOutAsTypedAndComeBackInCapitals) {
     ASSERT_EQ(Start(), 1);
     std::string quoted = "at+cpbw=1,\"123\",129,\"Ann\"";

@@ -69,11 +69,6 @@ void FakePhone::SetResponder(Responder responder) {
     responder_ = std::move(responder);
 }
 
-void FakePhone::SetEcho(bool on) {
-    std::lock_guard<std::mutex> hold(mutex_);
-    echo_ = on;
-}
-
 void FakePhone::Send(const std::string& bytes) {
     {
         std::lock_guard<std::mutex> hold(mutex_);

@@ -55,7 +55,6 @@ class FakePhone {
         AddRule({command, false, PhoneAction::kReply, std::move(lines)});
     }
     void SetResponder(Responder responder);
-    void SetEcho(bool on);
 
     // Raw bytes to the computer, unasked, after what is queued already.
     void Send(const std::string& bytes);
