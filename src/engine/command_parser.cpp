@@ -42,8 +42,8 @@ bool StartsWithIgnoringCase(std::string_view text, std::string_view head) {
     return true;
 }
 
-// The sentence of a refusal, written only when the caller wants one: while
-// the rows of a shared text are tried, only the first says why.
+// The sentence of a refusal, written only when the caller wants one: the rows
+// that might take a command are tried without one.
 class Sentence {
   public:
     explicit Sentence(std::string* out) : out_(out) {
@@ -67,10 +67,11 @@ class Sentence {
     // The user's own text, cut short when it is long.
     Sentence& Echo(std::string_view text) {
         if (text.size() <= kEchoLimit) return *this << text;
-        return *this << text.substr(0, kEchoLimit) << "...";
+        // Cut in front of a whole UTF-8 character, not inside one.
+        size_t cut = kEchoLimit;
+        while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+        return *this << text.substr(0, cut) << "...";
     }
-
-    bool Wanted() const { return out_ != nullptr; }
 
   private:
     std::string* out_;
@@ -345,24 +346,26 @@ bool ParseByText(std::string_view command, ParsedCommand& result) {
         if (longest == 0) break;
         for (const CommandRow& row : CommandRows()) {
             if (!Begins(row, command) || std::strlen(row.text) != longest) continue;
-            // Only the first row tried says why it refuses.
-            std::string* why = first == nullptr ? &result.refusal : nullptr;
             if (first == nullptr) first = &row;
-            if (below == std::numeric_limits<size_t>::max()) ++sharing;
-            if (ParseParams(row, command.substr(longest), result.request, why)) {
+            if (std::strcmp(first->text, row.text) == 0) ++sharing;
+            if (ParseParams(row, command.substr(longest), result.request, nullptr)) {
                 result.id = row.id;
-                result.refusal.clear();
                 return true;
             }
         }
         below = longest;
     }
+    Sentence say(&result.refusal);
     if (first == nullptr) {
-        Sentence(&result.refusal).Echo(command) << " fits no command of the catalogue";
+        say.Echo(command) << " fits no command of the catalogue";
     } else if (sharing > 1) {
-        Sentence(&result.refusal).Echo(command)
-            << " fits none of the " << sharing << " commands that send " << first->text
-            << "; write #<id> in front to see why one refuses";
+        say.Echo(command) << " fits none of the " << sharing << " commands that send "
+                          << first->text << "; write #<id> in front to see why one refuses";
+    } else {
+        // Tried again, now to say why: the rows are tried without a sentence
+        // so that a text that fits costs no allocation.
+        ParseParams(*first, command.substr(std::strlen(first->text)), result.request,
+                    &result.refusal);
     }
     return false;
 }

@@ -181,7 +181,9 @@ TEST(ParseCommandText, RefusalsSayWhy) {
         {"AT+CPBF=\"a\0b\""s,
          "the command holds the control byte 0x00; a command is one line of "
          "printable text"},
-        {std::string(100, 'Q'), std::string(48, 'Q') + "... fits no command of the catalogue"},
+        // The echo is cut short, in front of a whole UTF-8 character.
+        {std::string(47, 'Q') + "\xC3\xA9" + std::string(50, 'Q'),
+         std::string(47, 'Q') + "... fits no command of the catalogue"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.typed);
