@@ -5,8 +5,9 @@ The line-path seeds are real replies captured from phones and modems
 (/work/shared/corpus/replies.jsonl by default), a few per command head, laid
 out as line_path_fuzzer.cpp reads its input; a few more carry the transfer
 commands' own lines. The builder seeds are request blocks of the commands
-the transfers send and of a spread of other ids; the transfer seeds are
-whole operations answered the way a willing phone answers them.
+the transfers send and of a spread of other ids; the command parser seeds are
+commands as a user types them; the transfer seeds are whole operations
+answered the way a willing phone answers them.
 
     fuzz/make_seeds.py [replies.jsonl]
 """
@@ -108,6 +109,24 @@ def builder_seeds():
     write("builder", "large_id", bytes([250]) + struct.pack(">i", -5))
 
 
+def command_parser_seeds():
+    typed = {
+        "phonebook_read": "AT+CPBR=1,10",
+        "lower_case": " at+csq\r\n",
+        "storage": 'AT+CPBS="SM"',
+        "named_row": "#61 AT+CMGR=3",
+        "phonebook_write": 'AT+CPBW=,"+4412",145,"Ann"',
+        "two_texts": 'AT+CMGR="a",1,"b",2',
+        "comma_in_text": 'AT+CSCB=0,"1,5","0-3"',
+        "pin_tail": 'AT+CPIN=1,"1234","4321",',
+        "lead": 'AT+CMGL="REC UNREAD"',
+        "ten_values": "AT+CMGR=1,2,3,4,65535,6,7,8,9,-10",
+        "chunk": 'AT+RNGW=2,"Song",1',
+    }
+    for name, text in typed.items():
+        write("command_parser", name, text.encode("latin-1"))
+
+
 def group(head, *data):
     return bytes([head]) + b"".join(data)
 
@@ -146,6 +165,7 @@ def main():
     replies = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else "/work/shared/corpus/replies.jsonl")
     line_path_seeds(replies.read_text().splitlines())
     builder_seeds()
+    command_parser_seeds()
     transfer_seeds()
 
 

@@ -14,7 +14,7 @@ set_tests_properties(fuzz_build PROPERTIES
   ENVIRONMENT "${VELK_FUZZ_ENV}" FIXTURES_SETUP velk_fuzz_tree
   RESOURCE_LOCK velk_fuzz_tree SKIP_RETURN_CODE 77 TIMEOUT 900)
 
-foreach(target line_path builder transfer)
+foreach(target line_path builder command_parser transfer)
   add_test(NAME fuzz_smoke_${target}
            COMMAND ${PROJECT_SOURCE_DIR}/scripts/fuzz.sh ${target} ${VELK_FUZZ_SMOKE_SECONDS})
   set_tests_properties(fuzz_smoke_${target} PROPERTIES

@@ -3,8 +3,9 @@
 # one of them.
 #
 #   scripts/fuzz.sh TARGET SECONDS [libFuzzer options...]
-#       TARGET: line_path, builder or transfer. Runs the regression inputs of
-#       fuzz/regressions/TARGET once each, then fuzzes for SECONDS from the
+#       TARGET: line_path, builder, command_parser or transfer. Runs the
+#       regression inputs of fuzz/regressions/TARGET once each, then fuzzes
+#       for SECONDS from the
 #       seeds of fuzz/corpus/TARGET. New inputs go to the build tree, never to
 #       the seeds; a crashing input is saved under the build tree's artifacts/.
 #   scripts/fuzz.sh --build
@@ -51,8 +52,9 @@ shift 2
 case "$target" in
     line_path) max_len=12000 ;;  # room for a line beyond the 8192-byte buffer
     builder) max_len=600 ;;
+    command_parser) max_len=700 ;;  # the longest command a form allows, and more
     transfer) max_len=4096 ;;
-    *) echo "fuzz.sh: unknown target '$target' (line_path, builder, transfer)" >&2; exit 2 ;;
+    *) echo "fuzz.sh: unknown target '$target' (line_path, builder, command_parser, transfer)" >&2; exit 2 ;;
 esac
 
 build_fuzzers "${target}_fuzzer"

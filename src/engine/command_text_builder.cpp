@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <initializer_list>
-#include <iterator>
 
 #include "engine/command_table.h"
+#include "engine/request_params.h"
 #include "engine/text_fields.h"
 
 namespace velk {
@@ -23,59 +22,6 @@ constexpr uint8_t kKindWithoutChunk = 1;
 constexpr uint8_t kLogoWithoutChunk = 0;
 // The first animation parameter the phone expects when the caller gave none.
 constexpr uint8_t kDefaultAnimParamFirst = 25;
-
-// One parameter of a line: a number, or a text sent in double quotes. A number
-// equal to `omittedValue`, or an empty text, counts as left out.
-struct Param {
-    bool quoted;
-    int32_t number;
-    std::string_view text;
-    int32_t omittedValue;
-
-    bool Omitted() const { return quoted ? text.empty() : number == omittedValue; }
-};
-
-Param Number(int32_t value, int32_t omittedValue = kOmitted) {
-    return {false, value, {}, omittedValue};
-}
-
-template <size_t N>
-Param Quoted(const char (&field)[N]) {
-    return {true, 0, FieldText(field), 0};
-}
-
-void Append(std::string& line, const Param& param) {
-    line += param.quoted ? EncodeQuoted(param.text) : EncodeNumber(param.number);
-}
-
-// Parameters that are always sent, comma-separated, empty ones included.
-void AppendAll(std::string& line, std::initializer_list<Param> params) {
-    bool first = true;
-    for (const Param& param : params) {
-        if (!first) {
-            line += ',';
-        }
-        Append(line, param);
-        first = false;
-    }
-}
-
-// Nested optional parameters, "[a [`,` b [`,` c]]]": the line ends at the
-// first one left out. With `commaFirst` the first one has its comma too, for a
-// chain that follows parameters already on the line.
-void AppendNested(std::string& line, std::initializer_list<Param> params, bool commaFirst) {
-    bool first = true;
-    for (const Param& param : params) {
-        if (param.Omitted()) {
-            return;
-        }
-        if (!first || commaFirst) {
-            line += ',';
-        }
-        Append(line, param);
-        first = false;
-    }
-}
 
 // The three ways a chunk write tells its place in the transfer, each followed
 // by its comma:  255: "<bodyLength>,,"  1: "<chunkCount>,<chunkRest>,"  else ",,".
@@ -143,212 +89,36 @@ std::string AnimParamDigits(RequestImageChunk& chunk) {
     return digits;
 }
 
-// --- The request forms, one function each, behind the AT text. ---
-
-void AddPhonebookRead(RequestForms& r, std::string& line) {
-    Append(line, Number(r.phonebookRead.first));
-    AppendNested(line, {Number(r.phonebookRead.last)}, true);
-}
-
-void AddPhonebookStorage(RequestForms& r, std::string& line) {
-    Append(line, Quoted(r.phonebookStorage.storage));
-}
-
-void AddPhonebookFind(RequestForms& r, std::string& line) {
-    Append(line, Quoted(r.phonebookFind.findText));
-}
-
-// [index][,"<number>",[type],["<text>"]]: index and type may be left out
-// alone; an empty number ends the line.
-void AddPhonebookWrite(RequestForms& r, std::string& line) {
-    const RequestPhonebookWrite& form = r.phonebookWrite;
-    if (form.index != kOmitted) {
-        Append(line, Number(form.index));
-    }
-    const Param number = Quoted(form.number);
-    if (number.Omitted()) {
-        return;
-    }
-    line += ',';
-    Append(line, number);
-    line += ',';
-    if (form.type != kOmitted) {
-        Append(line, Number(form.type));
-    }
-    line += ',';
-    AppendNested(line, {Quoted(form.text)}, false);
-}
-
-void AddPhonebookDelete(RequestForms& r, std::string& line) {
-    Append(line, Number(r.phonebookDelete.index));
-    AppendNested(line, {Quoted(r.phonebookDelete.number)}, true);
-}
-
-void AddMessageService(RequestForms& r, std::string& line) {
-    AppendNested(line, {Number(r.messageService.service)}, false);
-}
-
-void AddMessageMemories(RequestForms& r, std::string& line) {
-    const RequestMessageMemories& form = r.messageMemories;
-    Append(line, Quoted(form.memory1));
-    AppendNested(line, {Quoted(form.memory2), Quoted(form.memory3)}, true);
-}
-
-void AddBroadcastSelect(RequestForms& r, std::string& line) {
-    const RequestBroadcastSelect& form = r.broadcastSelect;
-    AppendNested(line, {Number(form.mode), Quoted(form.messageIds), Quoted(form.codingSchemes)},
-                 false);
-}
-
-// The profile comes with its own equals sign: "AT+CSAS" alone is valid.
-void AddProfile(RequestForms& r, std::string& line) {
-    if (r.profile.profile != kOmitted) {
-        line += '=' + EncodeNumber(r.profile.profile);
-    }
-}
-
-void AddMessageCommand(RequestForms& r, std::string& line) {
-    const RequestMessageCommand& form = r.messageCommand;
-    AppendAll(line, {Number(form.firstOctet), Number(form.commandType)});
-    AppendNested(line,
-                 {Number(form.protocolId), Number(form.messageNumber), Quoted(form.address),
-                  Number(form.addressType)},
-                 true);
-}
-
-void AddOptionalMode(RequestForms& r, std::string& line) {
-    AppendNested(line, {Number(r.mode.mode)}, false);
-}
-
-void AddMode(RequestForms& r, std::string& line) {
-    Append(line, Number(r.mode.mode));
-}
-
-void AddAddress(RequestForms& r, std::string& line) {
-    Append(line, Quoted(r.address.address));
-    AppendNested(line, {Number(r.address.addressType)}, true);
-}
-
-void AddMessageParameters(RequestForms& r, std::string& line) {
-    const RequestMessageParameters& form = r.messageParameters;
-    AppendNested(line,
-                 {Number(form.firstOctet), Number(form.validity), Number(form.protocolId),
-                  Number(form.codingScheme)},
-                 false);
-}
-
-void AddShowHeader(RequestForms& r, std::string& line) {
-    AppendNested(line, {Number(r.showHeader.show)}, false);
-}
-
-void AddIndications(RequestForms& r, std::string& line) {
-    const RequestIndications& form = r.indications;
-    AppendNested(
-        line,
-        {Number(form.mode), Number(form.messageIndication), Number(form.broadcastIndication),
-         Number(form.reportIndication), Number(form.bufferMode)},
-        false);
-}
-
-void AddThreeIndications(RequestForms& r, std::string& line) {
-    const RequestIndications& form = r.indications;
-    AppendAll(line, {Number(form.mode), Number(form.messageIndication),
-                     Number(form.broadcastIndication)});
-}
-
-void AddIndex(RequestForms& r, std::string& line) {
-    Append(line, Number(r.index.index));
-}
-
-// Here an address type of 0, not 65535, leaves the type out.
-void AddStoredSend(RequestForms& r, std::string& line) {
-    const RequestStoredSend& form = r.storedSend;
-    Append(line, Number(form.index));
-    AppendNested(line, {Quoted(form.address), Number(form.addressType, 0)}, true);
-}
-
-void AddMessageWrite(RequestForms& r, std::string& line) {
-    const RequestMessageWrite& form = r.messageWrite;
-    Append(line, Quoted(form.address));
-    AppendNested(line, {Number(form.addressType), Quoted(form.status)}, true);
-}
-
-void AddOperator(RequestForms& r, std::string& line) {
-    const RequestOperator& form = r.operatorSelect;
-    AppendAll(line, {Number(form.mode), Number(form.format), Quoted(form.operatorName)});
-}
-
-// The line ends in a comma.
-void AddPin(RequestForms& r, std::string& line) {
-    const RequestPin& form = r.pin;
-    AppendAll(line, {Number(form.code), Quoted(form.pin), Quoted(form.newPin)});
-    line += ',';
-}
-
-void AddMeterReset(RequestForms& r, std::string& line) {
-    Append(line, Quoted(r.meterReset.value));
-}
-
-void AddMeterMaximum(RequestForms& r, std::string& line) {
-    AppendAll(line, {Quoted(r.meterMaximum.value), Quoted(r.meterMaximum.password)});
-}
-
-void AddPricePerUnit(RequestForms& r, std::string& line) {
-    const RequestPricePerUnit& form = r.pricePerUnit;
-    AppendAll(line, {Quoted(form.currency), Quoted(form.price), Quoted(form.password)});
-}
-
-void AddCharacterSet(RequestForms& r, std::string& line) {
-    Append(line, Quoted(r.characterSet.characterSet));
-}
-
-// The status comes with its own equals sign: "AT+CMGL" alone lists all.
-void AddMessageList(RequestForms& r, std::string& line) {
-    const Param status = Quoted(r.messageList.status);
-    if (!status.Omitted()) {
-        line += '=';
-        Append(line, status);
-    }
-}
-
-void AddMemory(RequestForms& r, std::string& line) {
-    Append(line, Quoted(r.memory.memory));
-}
-
-void AddValue(RequestForms& r, std::string& line) {
-    Append(line, Number(r.value.value));
-}
-
-void AddTextValue(RequestForms& r, std::string& line) {
-    AppendAll(line, {Quoted(r.textValue.text), Number(r.textValue.value)});
-}
-
-void AddTwoTextValues(RequestForms& r, std::string& line) {
-    const RequestTwoTextValues& form = r.twoTextValues;
-    AppendAll(line,
-              {Quoted(form.text1), Number(form.value1), Quoted(form.text2), Number(form.value2)});
-}
-
-void AddTenValues(RequestForms& r, std::string& line) {
-    for (size_t i = 0; i < kTenValueCount; ++i) {
+// The parameters of a plain form, by its list: commas between them, the
+// form's lead in front and its tail behind. A parameter left out ends the
+// line or leaves its place empty, as its presence says.
+void AddParams(const FormParams& form, const RequestForms& request, std::string& line) {
+    for (size_t i = 0; i < form.params.size(); ++i) {
+        const RequestParam& param = form.params[i];
+        const bool omitted = ParamOmitted(param, request);
+        if (omitted && param.presence == ParamPresence::kChained) {
+            break;
+        }
         if (i > 0) {
             line += ',';
+        } else if (form.lead != '\0') {
+            line += form.lead;
         }
-        Append(line, Number(r.tenValues.value[i]));
+        if (omitted && param.presence == ParamPresence::kGap) {
+            continue;
+        }
+        if (param.kind == ParamKind::kQuoted) {
+            line += EncodeQuoted(ParamText(param, request));
+        } else {
+            line += EncodeNumber(ParamNumber(param, request));
+        }
+    }
+    if (form.tail != '\0') {
+        line += form.tail;
     }
 }
 
-void AddValuePair(RequestForms& r, std::string& line) {
-    AppendAll(line, {Number(r.valuePair.value1), Number(r.valuePair.value2)});
-}
-
-void AddValueText(RequestForms& r, std::string& line) {
-    AppendAll(line, {Number(r.valueText.value), Quoted(r.valueText.text)});
-}
-
-void AddSlot(RequestForms& r, std::string& line) {
-    line += EncodeNumber(r.slot.slot);
-}
+// --- The chunk forms of the data writes, behind the AT text. ---
 
 // <slot>,"<name>",<kind>[,<flag>,<chunkIndex>,<place><body>,<check>]
 void AddToneChunk(RequestForms& r, std::string& line) {
@@ -400,69 +170,28 @@ void AddLogoChunk(RequestForms& r, std::string& line) {
     AppendBodyAndCheck(line, chunk);
 }
 
-using AddParameters = void (*)(RequestForms&, std::string&);
+using AddChunk = void (*)(RequestForms&, std::string&);
 
-struct FormWriter {
+struct ChunkWriter {
     RequestForm form;
-    AddParameters add;
+    AddChunk add;
 };
 
-// One writer per request form of the command table, in the order of the
-// enumeration; a bare command has none.
-constexpr FormWriter kFormWriters[] = {
-    {RequestForm::kBare, nullptr},
-    {RequestForm::kPhonebookRead, AddPhonebookRead},
-    {RequestForm::kPhonebookStorage, AddPhonebookStorage},
-    {RequestForm::kPhonebookFind, AddPhonebookFind},
-    {RequestForm::kPhonebookWrite, AddPhonebookWrite},
-    {RequestForm::kPhonebookDelete, AddPhonebookDelete},
-    {RequestForm::kMessageService, AddMessageService},
-    {RequestForm::kMessageMemories, AddMessageMemories},
-    {RequestForm::kBroadcastSelect, AddBroadcastSelect},
-    {RequestForm::kProfile, AddProfile},
-    {RequestForm::kMessageCommand, AddMessageCommand},
-    {RequestForm::kOptionalMode, AddOptionalMode},
-    {RequestForm::kAddress, AddAddress},
-    {RequestForm::kMessageParameters, AddMessageParameters},
-    {RequestForm::kShowHeader, AddShowHeader},
-    {RequestForm::kIndications, AddIndications},
-    {RequestForm::kIndex, AddIndex},
-    {RequestForm::kStoredSend, AddStoredSend},
-    {RequestForm::kMessageWrite, AddMessageWrite},
-    {RequestForm::kMode, AddMode},
-    {RequestForm::kOperator, AddOperator},
-    {RequestForm::kPin, AddPin},
-    {RequestForm::kMeterReset, AddMeterReset},
-    {RequestForm::kMeterMaximum, AddMeterMaximum},
-    {RequestForm::kPricePerUnit, AddPricePerUnit},
-    {RequestForm::kCharacterSet, AddCharacterSet},
-    {RequestForm::kMessageList, AddMessageList},
-    {RequestForm::kMemory, AddMemory},
-    {RequestForm::kValue, AddValue},
-    {RequestForm::kTextValue, AddTextValue},
-    {RequestForm::kTwoTextValues, AddTwoTextValues},
-    {RequestForm::kTenValues, AddTenValues},
-    {RequestForm::kValuePair, AddValuePair},
-    {RequestForm::kValueText, AddValueText},
-    {RequestForm::kThreeIndications, AddThreeIndications},
-    {RequestForm::kSlot, AddSlot},
+constexpr ChunkWriter kChunkWriters[] = {
     {RequestForm::kToneChunk, AddToneChunk},
     {RequestForm::kImageChunk, AddImageChunk},
     {RequestForm::kPlayChunk, AddPlayChunk},
     {RequestForm::kLogoChunk, AddLogoChunk},
 };
 
-constexpr bool EveryFormHasItsWriter() {
-    if (std::size(kFormWriters) != kRequestFormCount) return false;
-    for (size_t i = 0; i < std::size(kFormWriters); ++i) {
-        const bool bare = kFormWriters[i].form == RequestForm::kBare;
-        const bool hasWriter = kFormWriters[i].add != nullptr;
-        if (static_cast<size_t>(kFormWriters[i].form) != i || bare == hasWriter) return false;
+void AddChunkParams(RequestForm form, RequestForms& request, std::string& line) {
+    for (const ChunkWriter& writer : kChunkWriters) {
+        if (writer.form == form) {
+            writer.add(request, line);
+            return;
+        }
     }
-    return true;
 }
-// The writer of a form is found by its place in the table.
-static_assert(EveryFormHasItsWriter(), "kFormWriters must follow RequestForm, one writer each");
 
 }  // namespace
 
@@ -499,8 +228,11 @@ std::string BuildCommandText(int32_t id, ATCommandBlock& block, int32_t& current
     }
     currentCommand = id;
     line = row->text;
-    if (AddParameters add = kFormWriters[static_cast<size_t>(row->form)].add) {
-        add(block.request, line);
+    const FormParams& form = ParamsOf(row->form);
+    if (form.chunk) {
+        AddChunkParams(row->form, block.request, line);
+    } else {
+        AddParams(form, block.request, line);
     }
     return line;
 }
