@@ -1,7 +1,10 @@
 // The simulated phone the soak, the command-line tests and the benchmarks
 // stand on: its protocol line by line, its store, options and pacing, and the
 // real library on it.
+#include <fcntl.h>
+#include <poll.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -43,6 +46,7 @@ std::string ReadFile(const fs::path& path) {
 
 // --- The protocol without the line.
 
+// One dialogue, in order: each command sees what the ones before it did.
 TEST(PhoneModel, AnswersEachCommandAsAPhoneDoes) {
     struct Row {
         const char* command;
@@ -59,17 +63,56 @@ TEST(PhoneModel, AnswersEachCommandAsAPhoneDoes) {
         {"AT+RNGR=x", {"ERROR"}},
         {"AT+IMGINF", {"+IMGINF: \"Images\",3,6,250,96,64,1,1,3,51,2,101", "OK"}},
         {"AT+IMGR=4", {"+CME ERROR: 22"}},
-        {"AT+CPBS?", {"+CPBS: \"SM\",200,250", "OK"}},
-        {"AT+CPBR=?", {"+CPBR: (1-250),40,16", "OK"}},
-        {"AT+CPBR=199,203",
-         {"+CPBR: 199,\"+49305550199\",145,\"Contact 199\"",
-          "+CPBR: 200,\"+49305550200\",145,\"Contact 200\"", "OK"}},
+        {"AT+FROB", {"ERROR"}},
+        // Phone books: names outside ASCII go out as "?" but in UCS2.
+        {"AT+CPBS?", {"+CPBS: \"SM\",250,250", "OK"}},
+        {"AT+CPBR=2", {"+CPBR: 2,\"01725550002\",129,\"J?rgen Weber\"", "OK"}},
         {"AT+CPBR=251", {"+CME ERROR: 21"}},
-        {"AT+CPBW=?", {"+CPBW: (1-250),40,(129,145),16", "OK"}},
+        {"AT+CPBW=,\"1\"", {"+CME ERROR: 20"}},
         {"AT+CPBS=\"XX\"", {"+CME ERROR: 3"}},
         {"AT+CPBS=\"ME\"", {"OK"}},
-        {"AT+CPBR=1", {"+CPBR: 1,\"01725550001\",129,\"Office 001\"", "OK"}},
-        {"AT+FROB", {"ERROR"}},
+        {"AT+CPBW=3,\"+4912\",145,\"Ann, Jo\"", {"OK"}},
+        {"AT+CPBW=,\"0301\",,\"Bo\"", {"OK"}},
+        {"AT+CPBW=50,\"0302\"", {"OK"}},
+        {"AT+CPBW=50", {"OK"}},
+        {"AT+CPBR=1,100",
+         {"+CPBR: 1,\"0301\",129,\"Bo\"", "+CPBR: 3,\"+4912\",145,\"Ann, Jo\"", "OK"}},
+        {"AT+CPBF=\"an\"", {"+CPBF: 3,\"+4912\",145,\"Ann, Jo\"", "OK"}},
+        {"AT+CPBW=101,\"1\"", {"+CME ERROR: 21"}},
+        {"AT+CPBW=2,\"12a\"", {"+CME ERROR: 27"}},
+        {"AT+CPBW=2,\"1\",129,\"Seventeen letters\"", {"+CME ERROR: 24"}},
+        {"AT+CSCS=\"UCS2\"", {"OK"}},
+        {"AT+CPBW=2,\"1\",129,\"005A00EB\"", {"OK"}},
+        {"AT+CPBW=4,\"1\",129,\"005ad83dDE00\"", {"OK"}},
+        {"AT+CPBW=5,\"1\",129,\"00E\"", {"+CME ERROR: 25"}},
+        {"AT+CPBW=5,\"1\",129,\"DE00\"", {"+CME ERROR: 25"}},
+        {"AT+CPBR=2,4",
+         {"+CPBR: 2,\"1\",129,\"005A00EB\"",
+          "+CPBR: 3,\"+4912\",145,\"0041006E006E002C0020004A006F\"",
+          "+CPBR: 4,\"1\",129,\"005AD83DDE00\"", "OK"}},
+        {"AT+CPBF=\"005A\"",
+         {"+CPBF: 2,\"1\",129,\"005A00EB\"", "+CPBF: 4,\"1\",129,\"005AD83DDE00\"", "OK"}},
+        {"AT+CSCS=\"IRA\"", {"OK"}},
+        {"AT+CPBR=2", {"+CPBR: 2,\"1\",129,\"Z?\"", "OK"}},
+        // Messages: in text mode only; reading an unread one makes it read.
+        {"AT+CMGR=3", {"+CMS ERROR: 303"}},
+        {"AT+CMGF=1", {"OK"}},
+        {"AT+CMGL",
+         {"+CMGL: 3,\"REC UNREAD\",\"+15550123\",,\"24/05/19,07:45:12+08\"",
+          "Call me when you land", "OK"}},
+        {"AT+CMGR=3",
+         {"+CMGR: \"REC READ\",\"+15550123\",,\"24/05/19,07:45:12+08\"", "Call me when you land",
+          "OK"}},
+        {"AT+CMGL=\"STO UNSENT\"",
+         {"+CMGL: 4,\"STO UNSENT\",\"+15550123\",,", "Bring the cake", "OK"}},
+        {"AT+CMGD=4", {"OK"}},
+        {"AT+CMGR=4", {"+CMS ERROR: 321"}},
+        {"AT+CPMS?", {"+CPMS: \"SM\",4,30,\"SM\",4,30,\"SM\",4,30", "OK"}},
+        {"AT+CMGD=1,4", {"OK"}},
+        {"AT+CMGL=\"ALL\"", {"OK"}},
+        {"AT+CREG?", {"+CREG: 0,1", "OK"}},
+        {"AT+COPS=3,2", {"OK"}},
+        {"AT+COPS?", {"+COPS: 0,2,\"00101\"", "OK"}},
     };
     PhoneStore store;
     PhoneModel model(store);
@@ -83,6 +126,40 @@ TEST(PhoneModel, AnswersEachCommandAsAPhoneDoes) {
     EXPECT_FALSE(model.Echo());
     model.Answer("ATZ");
     EXPECT_TRUE(model.Echo());
+}
+
+// A message sent to the phone's own number comes back unread and is
+// announced after the reply; one to another number, or dropped with Esc, is
+// not; one written is stored as the text the phone was given.
+TEST(PhoneModel, MessageToTheOwnNumberComesBackAnnounced) {
+    struct Row {
+        const char* command;
+        const char* text;
+        bool cancelled;
+        std::vector<std::string> reply;
+        std::vector<std::string> notices;
+    } rows[] = {
+        {"AT+CMGS=\"+15550100\"", "Hi me", false, {"+CMGS: 1", "OK"}, {"+CMTI: \"SM\",6"}},
+        {"AT+CMGS=\"+15550199\"", "Hi you", false, {"+CMGS: 2", "OK"}, {}},
+        {"AT+CMGS=\"15550100\"", "Gone", true, {"OK"}, {}},
+        {"AT+CMGW=\"+15550199\"", "Later\r\nline 2", false, {"+CMGW: 7", "OK"}, {}},
+    };
+    PhoneStore store;
+    PhoneModel model(store);
+    ASSERT_THAT(model.Answer("AT+CMGF=1"), ElementsAre("OK"));
+    for (const Row& row : rows) {
+        EXPECT_TRUE(model.Answer(row.command).empty()) << row.command << ": the prompt, no reply";
+        ASSERT_TRUE(model.AwaitingText()) << row.command;
+        EXPECT_THAT(model.TakeText(row.text, row.cancelled), ElementsAreArray(row.reply))
+            << row.command;
+        EXPECT_THAT(model.TakeNotices(), ElementsAreArray(row.notices)) << row.command;
+        EXPECT_FALSE(model.AwaitingText());
+    }
+    EXPECT_THAT(model.Answer("AT+CMGR=6"),
+                ElementsAre(::testing::StartsWith("+CMGR: \"REC UNREAD\",\"+15550100\",,\""),
+                            "Hi me", "OK"));
+    EXPECT_EQ(store.Messages().at(7).text, "Later\r\nline 2");
+    EXPECT_EQ(store.Messages().size(), 7u);
 }
 
 // Texts go in parts of 128 characters, the first part stating the size.
@@ -177,22 +254,12 @@ TEST(CommandAssembler, LinesEndAtCarriageReturnAndFlowBytesStandApart) {
     EXPECT_EQ(starts, 4);
 }
 
-TEST(ReplyShaper, EchoBlankLineNoiseAndPiecesKeepTheBytes) {
+// (The pieces of --split are checked whole on the line, in
+// PhoneLine.NotifyReportsComeOnlyBetweenReplies.)
+TEST(ReplyShaper, EchoBlankLineAndNoise) {
     EXPECT_EQ(ReplyBytes(nullptr, {"+X: 1", "OK"}, false), "\r\n+X: 1\r\nOK\r\n");
     const std::string at = "AT";
     EXPECT_EQ(ReplyBytes(&at, {"OK"}, true), "AT\r\n\r\nRING\r\nOK\r\n");
-
-    std::mt19937 random(7);
-    const std::string bytes = ReplyBytes(nullptr, {std::string(200, 'x'), "OK"}, false);
-    const auto pieces = ShapeReply(bytes, true, random);
-    std::string joined;
-    for (const OutputPiece& p : pieces) {
-        EXPECT_LE(p.bytes.size(), 7u);
-        joined += p.bytes;
-    }
-    EXPECT_EQ(joined, bytes);
-    EXPECT_GT(pieces.size(), 30u);
-    EXPECT_EQ(ShapeReply(bytes, false, random).size(), 1u);
 }
 
 TEST(LinePacer, TenBitsAByteAtTheRate) {
@@ -237,11 +304,27 @@ TEST(StoreIndex, BrokenIndexIsRefusedAndLeftAsItIs) {
 TEST(SimulatorOptions, ArgumentsAreReadAsTheHelpSays) {
     SimulatorOptions options;
     std::string error;
-    ASSERT_EQ(ParseSimulatorArguments(
-                  {"--store", "d", "--refuse", "AT+RNGR=", "--refuse", "AT+IMGW==+CME ERROR: 20",
-                   "--noise", "--split", "--hangup-after", "4", "--baud", "9600", "--silent",
-                   "--log", "l", "--timestamps", "t"},
-                  options, error),
+    ASSERT_EQ(ParseSimulatorArguments({"--store",
+                                       "d",
+                                       "--refuse",
+                                       "AT+RNGR=",
+                                       "--refuse",
+                                       "AT+IMGW==+CME ERROR: 20",
+                                       "--noise",
+                                       "--split",
+                                       "--hangup-after",
+                                       "4",
+                                       "--baud",
+                                       "9600",
+                                       "--silent",
+                                       "--log",
+                                       "l",
+                                       "--timestamps",
+                                       "t",
+                                       "--entries",
+                                       "0",
+                                       "--notify"},
+                                      options, error),
               ParseOutcome::kRun)
         << error;
     EXPECT_EQ(options.storeDir, "d");
@@ -254,13 +337,134 @@ TEST(SimulatorOptions, ArgumentsAreReadAsTheHelpSays) {
     EXPECT_EQ(options.hangupAfter, 4u);
     EXPECT_EQ(options.baud, 9600u);
     EXPECT_EQ(options.logFile + options.timestampFile, "lt");
+    EXPECT_EQ(options.entries, 0u);
+    EXPECT_TRUE(options.notify);
 
-    for (const char* bad : {"--baud 0", "--baud fast", "--log", "--hangup-after -1", "--frob"}) {
+    for (const char* bad : {"--baud 0", "--baud fast", "--log", "--hangup-after -1", "--frob",
+                            "--entries 100000", "--entries -1"}) {
         std::istringstream words(bad);
         const std::vector<std::string> args{std::istream_iterator<std::string>(words), {}};
         EXPECT_EQ(ParseSimulatorArguments(args, options, error), ParseOutcome::kUsageError) << bad;
     }
     EXPECT_EQ(ParseSimulatorArguments({"--help"}, options, error), ParseOutcome::kHelp);
+}
+
+// --- The simulator's line, byte for byte, without the library.
+
+// The computer's side of the line: bytes go out as they are, and everything
+// that comes back is kept in `received`.
+class RawLine {
+  public:
+    explicit RawLine(const std::string& path)
+        : fd_(open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {}
+    ~RawLine() {
+        if (fd_ >= 0) close(fd_);
+    }
+    bool Send(const std::string& bytes) const {
+        return write(fd_, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+    }
+    // Reads until `done` holds for `received`; false after 10 s.
+    bool ReadUntil(const std::function<bool(const std::string&)>& done) {
+        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (!done(received)) {
+            pollfd entry{fd_, POLLIN, 0};
+            if (std::chrono::steady_clock::now() > limit || poll(&entry, 1, 100) < 0) return false;
+            char chunk[4096];
+            const ssize_t count =
+                (entry.revents & POLLIN) != 0 ? read(fd_, chunk, sizeof chunk) : 0;
+            if (count > 0) received.append(chunk, static_cast<std::size_t>(count));
+        }
+        return true;
+    }
+    bool ReadUntilEnd(const std::string& end) {
+        return ReadUntil([&](const std::string& text) { return text.ends_with(end); });
+    }
+
+    std::string received;
+
+  private:
+    int fd_;
+};
+
+// The prompt is CR LF "> " with nothing after it; the text, line ends and
+// all, is no command; the +CMTI of the message to the phone's own number
+// follows the reply's OK.
+TEST(PhoneLine, PromptTakesTheTextUpToCtrlZAndTheNoticeFollowsTheReply) {
+    PhoneSimulator phone;
+    std::string error;
+    ASSERT_TRUE(phone.Start({}, &error)) << error;
+    RawLine line(phone.DevicePath());
+    ASSERT_TRUE(line.Send("ATE0\r\nAT+CMGF=1\r"));
+    ASSERT_TRUE(line.ReadUntilEnd("\r\nOK\r\n\r\nOK\r\n")) << line.received;
+    line.received.clear();
+    ASSERT_TRUE(line.Send("AT+CMGS=\"+15550100\"\r\n"));
+    ASSERT_TRUE(line.ReadUntilEnd("> "));
+    EXPECT_EQ(line.received, "\r\n> ");
+    line.received.clear();
+    ASSERT_TRUE(line.Send("AT\rsecond line\x1a"));
+    ASSERT_TRUE(line.ReadUntilEnd("+CMTI: \"SM\",6\r\n")) << line.received;
+    EXPECT_EQ(line.received, "\r\n+CMGS: 1\r\nOK\r\n\r\n+CMTI: \"SM\",6\r\n");
+    phone.Stop();
+    phone.InspectStore(
+        [](const PhoneStore& store) { EXPECT_EQ(store.Messages().at(6).text, "AT\rsecond line"); });
+}
+
+// With --notify, a report due while a reply goes out in pieces, or while the
+// phone waits for a message's text after its prompt, waits for the reply's
+// end: each one stands after a final line or another report.
+TEST(PhoneLine, NotifyReportsComeOnlyBetweenReplies) {
+    SimulatorOptions options;
+    options.notify = true;
+    options.notifyEvery = std::chrono::milliseconds(1);
+    options.split = true;
+    options.seed = 5;
+    PhoneSimulator phone;
+    std::string error;
+    ASSERT_TRUE(phone.Start(options, &error)) << error;
+    RawLine line(phone.DevicePath());
+    const std::string notice = "\r\n+CREG: 1\r\n";
+    const auto withoutNotices = [&](std::string text) {
+        for (std::size_t at; (at = text.find(notice)) != std::string::npos;) {
+            text.erase(at, notice.size());
+        }
+        return text;
+    };
+    ASSERT_TRUE(line.ReadUntilEnd(notice));
+
+    // Each step: what is sent, and (from the model) what must come back.
+    PhoneStore store;
+    PhoneModel model(store);
+    std::string expected;
+    const auto step = [&](const std::string& bytes, bool text) {
+        const std::string command = bytes.substr(0, bytes.size() - 1);
+        const bool echo = model.Echo();
+        if (text) {
+            expected += ReplyBytes(nullptr, model.TakeText(command, false), false);
+            expected += ReplyBytes(nullptr, model.TakeNotices(), false);
+        } else {
+            const Reply reply = model.Answer(command);
+            expected += model.AwaitingText() ? PromptBytes(nullptr)
+                                             : ReplyBytes(echo ? &command : nullptr, reply, false);
+        }
+        ASSERT_TRUE(line.Send(bytes));
+        ASSERT_TRUE(line.ReadUntil([&](const std::string& got) {
+            return withoutNotices(got).size() >= expected.size() &&
+                   (got.ends_with("OK\r\n") || got.ends_with(notice) || got.ends_with("> "));
+        }));
+    };
+    step("ATE0\r", false);
+    step("AT+CPBR=1,20\r", false);
+    step("AT+CMGF=1\r", false);
+    step("AT+CMGS=\"+15550100\"\r", false);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // reports fall due meanwhile
+    step("Hi\x1a", true);
+    EXPECT_EQ(withoutNotices(line.received), expected);
+    for (std::size_t at = 0; (at = line.received.find(notice, at)) != std::string::npos; ++at) {
+        const std::string before = line.received.substr(0, at);
+        EXPECT_TRUE(before.empty() || before.ends_with("OK\r\n") || before.ends_with(notice) ||
+                    before.ends_with("+CMTI: \"SM\",6\r\n"))
+            << "a report inside a reply, after: " << before.substr(before.size() - 20);
+    }
 }
 
 // --- The real library on the simulator.

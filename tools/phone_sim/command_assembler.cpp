@@ -5,6 +5,8 @@ namespace {
 
 constexpr char kXon = 17;
 constexpr char kXoff = 19;
+constexpr char kCtrlZ = 26;
+constexpr char kEsc = 27;
 
 }  // namespace
 
@@ -19,6 +21,19 @@ CommandAssembler::Step CommandAssembler::Feed(char byte) {
     if (byte == '\0') return step;
     const bool afterCr = lastWasCr_;
     lastWasCr_ = byte == '\r';
+    if (inText_) {
+        // The LF behind the command's CR is no part of the text.
+        if (byte == '\n' && afterCr && partial_.empty()) return step;
+        if (byte == kCtrlZ || byte == kEsc) {
+            done_.swap(partial_);
+            partial_.clear();
+            inText_ = false;
+            (byte == kCtrlZ ? step.textDone : step.textCancelled) = true;
+        } else if (partial_.size() < kMaxLine) {
+            partial_ += byte;
+        }
+        return step;
+    }
     if (byte == '\n' && afterCr) return step;
     if (!started_) {
         started_ = true;

@@ -2,14 +2,10 @@
 // and its character set. Enough for the generic AT tools to get going.
 #include <charconv>
 
+#include "phone_sim/character_set.h"
 #include "phone_sim/phone_commands.h"
 
 namespace velk::phonesim {
-namespace {
-
-constexpr const char* kCharacterSets[] = {"GSM", "IRA"};
-
-}  // namespace
 
 bool ReadNumber(std::string_view text, int& value) {
     if (text.empty() || text.size() > 5) return false;
@@ -34,7 +30,7 @@ void EchoOn(PhoneState& state, std::string_view, Reply& reply) {
 // ATZ and AT&F: back to the profile, where echo is on.
 void ResetProfile(PhoneState& state, std::string_view, Reply& reply) {
     state.echo = true;
-    state.characterSet = kCharacterSets[0];
+    state.characterSet = kDefaultCharacterSet;
     reply.push_back(kOk);
 }
 
@@ -52,6 +48,15 @@ void Revision(PhoneState&, std::string_view, Reply& reply) {
 
 void SerialNumber(PhoneState&, std::string_view, Reply& reply) {
     reply = {"350000000000017", kOk};
+}
+
+void SubscriberIdentity(PhoneState&, std::string_view, Reply& reply) {
+    reply = {"001010123456789", kOk};
+}
+
+// +CNUM: "<alpha>","<number>",<type>
+void OwnNumber(PhoneState&, std::string_view, Reply& reply) {
+    reply = {std::string("+CNUM: \"Own\",\"") + kOwnNumber + "\",145", kOk};
 }
 
 // +CSQ: <rssi>,<ber>

@@ -14,6 +14,8 @@ void Manufacturer(PhoneState&, std::string_view, Reply&);
 void Model(PhoneState&, std::string_view, Reply&);
 void Revision(PhoneState&, std::string_view, Reply&);
 void SerialNumber(PhoneState&, std::string_view, Reply&);
+void SubscriberIdentity(PhoneState&, std::string_view, Reply&);
+void OwnNumber(PhoneState&, std::string_view, Reply&);
 void SignalQuality(PhoneState&, std::string_view, Reply&);
 void BatteryCharge(PhoneState&, std::string_view, Reply&);
 void MessageService(PhoneState&, std::string_view, Reply&);
@@ -29,6 +31,39 @@ void PhonebookReadRange(PhoneState&, std::string_view, Reply&);
 void PhonebookRead(PhoneState&, std::string_view, Reply&);
 void PhonebookWriteRange(PhoneState&, std::string_view, Reply&);
 void PhonebookFindRange(PhoneState&, std::string_view, Reply&);
+void PhonebookFind(PhoneState&, std::string_view, Reply&);
+void PhonebookWrite(PhoneState&, std::string_view, Reply&);
+
+// message_commands.cpp: short messages in text mode.
+void MessageFormat(PhoneState&, std::string_view, Reply&);
+void MessageFormatQuery(PhoneState&, std::string_view, Reply&);
+void MessageFormatList(PhoneState&, std::string_view, Reply&);
+void MessageStorageQuery(PhoneState&, std::string_view, Reply&);
+void MessageStorageList(PhoneState&, std::string_view, Reply&);
+void MessageStorageChoose(PhoneState&, std::string_view, Reply&);
+void MessageList(PhoneState&, std::string_view, Reply&);
+void MessageListStates(PhoneState&, std::string_view, Reply&);
+void MessageRead(PhoneState&, std::string_view, Reply&);
+void MessageDelete(PhoneState&, std::string_view, Reply&);
+void IndicationsChoose(PhoneState&, std::string_view, Reply&);
+void IndicationsQuery(PhoneState&, std::string_view, Reply&);
+void IndicationsList(PhoneState&, std::string_view, Reply&);
+// These two answer nothing when they take the message: they leave it in
+// state.pendingMessage, the phone sends its prompt, and the text that
+// follows goes to TakeMessageText.
+void MessageWrite(PhoneState&, std::string_view, Reply&);
+void MessageSend(PhoneState&, std::string_view, Reply&);
+void TakeMessageText(PhoneState&, std::string_view text, bool cancelled, Reply&);
+
+// network_commands.cpp
+void RegistrationQuery(PhoneState&, std::string_view, Reply&);
+void RegistrationList(PhoneState&, std::string_view, Reply&);
+void RegistrationChoose(PhoneState&, std::string_view, Reply&);
+void OperatorQuery(PhoneState&, std::string_view, Reply&);
+void OperatorList(PhoneState&, std::string_view, Reply&);
+void OperatorChoose(PhoneState&, std::string_view, Reply&);
+// The unsolicited registration report; nothing while AT+CREG=0.
+std::optional<std::string> RegistrationReport(const PhoneState&);
 
 // transfer_commands.cpp: ring tones and images.
 void ToneInfo(PhoneState&, std::string_view, Reply&);

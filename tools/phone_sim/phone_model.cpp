@@ -24,16 +24,16 @@ constexpr CommandRow kCommands[] = {
     {"ATV1", false, AnswerOk},
     {"ATQ0", false, AnswerOk},
     {"AT+CMEE=", true, AnswerOk},
-    // Power on and the message format: taken, as a phone that is on and
-    // speaks PDU mode would take them.
+    // Power on: taken, as a phone that is on takes it.
     {"AT+CFUN=", true, AnswerOk},
-    {"AT+CMGF=", true, AnswerOk},
     {"AT+CSMS?", false, MessageService},
     {"ATI", false, Model},
     {"AT+CGMI", false, Manufacturer},
     {"AT+CGMM", false, Model},
     {"AT+CGMR", false, Revision},
     {"AT+CGSN", false, SerialNumber},
+    {"AT+CIMI", false, SubscriberIdentity},
+    {"AT+CNUM", false, OwnNumber},
     {"AT+CSQ", false, SignalQuality},
     {"AT+CBC", false, BatteryCharge},
     {"AT+CSCS?", false, CharacterSetQuery},
@@ -45,7 +45,32 @@ constexpr CommandRow kCommands[] = {
     {"AT+CPBR=?", false, PhonebookReadRange},
     {"AT+CPBR=", true, PhonebookRead},
     {"AT+CPBW=?", false, PhonebookWriteRange},
+    {"AT+CPBW=", true, PhonebookWrite},
     {"AT+CPBF=?", false, PhonebookFindRange},
+    {"AT+CPBF=", true, PhonebookFind},
+    {"AT+CMGF?", false, MessageFormatQuery},
+    {"AT+CMGF=?", false, MessageFormatList},
+    {"AT+CMGF=", true, MessageFormat},
+    {"AT+CPMS?", false, MessageStorageQuery},
+    {"AT+CPMS=?", false, MessageStorageList},
+    {"AT+CPMS=", true, MessageStorageChoose},
+    {"AT+CMGL", false, MessageList},
+    {"AT+CMGL=?", false, MessageListStates},
+    {"AT+CMGL=", true, MessageList},
+    {"AT+CMGR=", true, MessageRead},
+    {"AT+CMGD=", true, MessageDelete},
+    {"AT+CMGW", false, MessageWrite},
+    {"AT+CMGW=", true, MessageWrite},
+    {"AT+CMGS=", true, MessageSend},
+    {"AT+CNMI?", false, IndicationsQuery},
+    {"AT+CNMI=?", false, IndicationsList},
+    {"AT+CNMI=", true, IndicationsChoose},
+    {"AT+CREG?", false, RegistrationQuery},
+    {"AT+CREG=?", false, RegistrationList},
+    {"AT+CREG=", true, RegistrationChoose},
+    {"AT+COPS?", false, OperatorQuery},
+    {"AT+COPS=?", false, OperatorList},
+    {"AT+COPS=", true, OperatorChoose},
     {"AT+RNGI", false, ToneInfo},
     {"AT+RNGR=", true, ToneRead},
     {"AT+RNGW=", true, ToneWrite},
@@ -64,8 +89,13 @@ bool SameLetters(std::string_view text, std::string_view capitals) {
 
 }  // namespace
 
+PhoneModel::PhoneModel(PhoneStore& store, bool reportRegistration) : state_(store) {
+    state_.registrationReports = reportRegistration ? 1 : 0;
+}
+
 Reply PhoneModel::Answer(const std::string& line) {
     Reply reply;
+    state_.pendingMessage.reset();  // a command line instead of the text drops the message
     if (line.empty()) return reply;
     const CommandRow* match = nullptr;
     std::size_t matchLength = 0;
@@ -88,6 +118,22 @@ Reply PhoneModel::Answer(const std::string& line) {
     }
     match->handler(state_, std::string_view(line).substr(matchLength), reply);
     return reply;
+}
+
+Reply PhoneModel::TakeText(const std::string& text, bool cancelled) {
+    Reply reply;
+    TakeMessageText(state_, text, cancelled, reply);
+    return reply;
+}
+
+Reply PhoneModel::TakeNotices() {
+    Reply notices;
+    notices.swap(state_.notices);
+    return notices;
+}
+
+std::optional<std::string> PhoneModel::RegistrationNotice() const {
+    return RegistrationReport(state_);
 }
 
 }  // namespace velk::phonesim

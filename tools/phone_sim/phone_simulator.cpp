@@ -63,7 +63,7 @@ bool PhoneSimulator::Start(const SimulatorOptions& options, std::string* error) 
     if (thread_.joinable()) return fail("the phone is running already");
     options_ = options;
 
-    auto store = std::make_unique<PhoneStore>();
+    auto store = std::make_unique<PhoneStore>(static_cast<int>(options_.entries));
     if (!options_.storeDir.empty() && !store->Open(options_.storeDir, why)) return fail(why);
     if (!options_.logFile.empty() && (log_ = std::fopen(options_.logFile.c_str(), "w")) == nullptr)
         return fail("cannot write " + options_.logFile + ": " + std::strerror(errno));
@@ -79,7 +79,7 @@ bool PhoneSimulator::Start(const SimulatorOptions& options, std::string* error) 
     {
         std::lock_guard<std::mutex> hold(mutex_);
         store_ = std::move(store);
-        model_ = std::make_unique<PhoneModel>(*store_);
+        model_ = std::make_unique<PhoneModel>(*store_, options_.notify);
         commands_ = 0;
         stopping_ = false;
         endedFlag_ = false;
@@ -91,6 +91,7 @@ bool PhoneSimulator::Start(const SimulatorOptions& options, std::string* error) 
     output_.clear();
     held_ = false;
     waitingForRoom_ = false;
+    nextNotice_ = Clock::now() + options_.notifyEvery;
     random_.seed(options_.seed != 0
                      ? options_.seed
                      : static_cast<uint32_t>(Clock::now().time_since_epoch().count()));
@@ -158,6 +159,7 @@ void PhoneSimulator::Serve() {
         }
         TakeInput(Clock::now());
         if (!line_.IsOpen() || !WriteOutput(Clock::now())) break;
+        SendDueNotice(Clock::now());
 
         const Clock::time_point now = Clock::now();
         const std::optional<Clock::time_point> until = NextWake(now);
@@ -223,6 +225,9 @@ void PhoneSimulator::TakeInput(Clock::time_point now) {
         // The phone has the command once its last byte has crossed, however
         // late this thread came round to it.
         if (step.lineDone) OnCommand(assembler_.Line(), in.crossed);
+        if (step.textDone || step.textCancelled) {
+            OnText(assembler_.Line(), step.textCancelled, in.crossed);
+        }
     }
 }
 
@@ -255,7 +260,9 @@ void PhoneSimulator::OnCommand(const std::string& line, Clock::time_point now) {
     if (options_.silent) return;
 
     bool echo;
+    bool prompt = false;
     Reply reply;
+    Reply notices;
     {
         std::lock_guard<std::mutex> hold(mutex_);
         echo = model_->Echo();
@@ -266,14 +273,58 @@ void PhoneSimulator::OnCommand(const std::string& line, Clock::time_point now) {
             reply.push_back(refusal->final);
         } else {
             reply = model_->Answer(line);
+            prompt = model_->AwaitingText();
+            notices = model_->TakeNotices();
         }
     }
-    std::vector<OutputPiece> pieces = ShapeReply(
-        ReplyBytes(echo ? &line : nullptr, reply, options_.noise), options_.split, random_);
+    if (prompt) {
+        assembler_.ExpectText();
+        Queue(PromptBytes(echo ? &line : nullptr), now, false);
+        return;
+    }
+    Queue(ReplyBytes(echo ? &line : nullptr, reply, options_.noise), now, true);
+    QueueNotices(notices, now);
+}
+
+void PhoneSimulator::OnText(const std::string& text, bool cancelled, Clock::time_point now) {
+    Reply reply;
+    Reply notices;
+    {
+        std::lock_guard<std::mutex> hold(mutex_);
+        reply = model_->TakeText(text, cancelled);
+        notices = model_->TakeNotices();
+    }
+    Queue(ReplyBytes(nullptr, reply, options_.noise), now, true);
+    QueueNotices(notices, now);
+}
+
+void PhoneSimulator::Queue(std::string bytes, Clock::time_point now, bool endsReply) {
+    std::vector<OutputPiece> pieces = ShapeReply(std::move(bytes), options_.split, random_);
     if (pieces.empty()) return;
     if (output_.empty()) frontReady_ = now + pieces.front().pause;
     for (OutputPiece& piece : pieces) output_.push_back({std::move(piece), 0, false});
-    output_.back().endsReply = true;
+    output_.back().endsReply = endsReply;
+}
+
+void PhoneSimulator::QueueNotices(const Reply& notices, Clock::time_point now) {
+    if (!notices.empty()) Queue(ReplyBytes(nullptr, notices, false), now, false);
+}
+
+// Between commands: nothing of a reply left to send, and no command or
+// message text on its way in.
+bool PhoneSimulator::BetweenCommands() const {
+    return output_.empty() && input_.empty() && assembler_.Idle();
+}
+
+void PhoneSimulator::SendDueNotice(Clock::time_point now) {
+    if (!options_.notify || now < nextNotice_ || !BetweenCommands()) return;
+    nextNotice_ = now + options_.notifyEvery;
+    std::optional<std::string> report;
+    {
+        std::lock_guard<std::mutex> hold(mutex_);
+        report = model_->RegistrationNotice();
+    }
+    if (report) QueueNotices({*report}, now);
 }
 
 bool PhoneSimulator::WriteOutput(Clock::time_point now) {
@@ -314,6 +365,11 @@ std::optional<PhoneSimulator::Clock::time_point> PhoneSimulator::NextWake(
             due = outPacer_.Finish(frontReady_, std::min(remaining, batch));
         }
         next = next ? std::min(*next, due) : due;
+    }
+    // A report put off by a command goes once the line is between commands
+    // again: whatever ends the command wakes the phone anyway.
+    if (options_.notify && BetweenCommands()) {
+        next = next ? std::min(*next, nextNotice_) : nextNotice_;
     }
     return next;
 }

@@ -78,6 +78,17 @@ class PhoneSimulator {
     // Hands the bytes that have crossed the line to the command assembler.
     void TakeInput(Clock::time_point now);
     void OnCommand(const std::string& line, Clock::time_point now);
+    // A message's text after the prompt, ended by Ctrl-Z or cancelled by Esc.
+    void OnText(const std::string& text, bool cancelled, Clock::time_point now);
+    // Puts bytes on the line after what is there, in pieces as the options
+    // say; `endsReply` stamps the end of the command's reply.
+    void Queue(std::string bytes, Clock::time_point now, bool endsReply);
+    // Unsolicited lines as a reply leaves them: each on a line of its own.
+    void QueueNotices(const Reply& notices, Clock::time_point now);
+    // With --notify, the registration report once it is due and the line is
+    // between commands.
+    void SendDueNotice(Clock::time_point now);
+    bool BetweenCommands() const;
     // Writes what is due; false when the line broke.
     bool WriteOutput(Clock::time_point now);
     // When the phone has something to do next without being woken.
@@ -108,6 +119,7 @@ class PhoneSimulator {
     std::deque<OutPiece> output_;
     Clock::time_point frontReady_{};  // when the first piece of output may start
     Clock::time_point commandStart_{};
+    Clock::time_point nextNotice_{};
     bool held_ = false;            // the computer sent XOFF
     bool waitingForRoom_ = false;  // the computer does not read: wait for POLLOUT
     std::mt19937 random_;

@@ -44,12 +44,13 @@ int FrameNumberOf(const std::string& file) {
 
 }  // namespace
 
-PhoneStore::PhoneStore() {
-    SampleSet set = MakeSampleSet();
+PhoneStore::PhoneStore(int entries) {
+    SampleSet set = MakeSampleSet(entries);
     tones_ = std::move(set.tones);
     images_ = std::move(set.images);
     frames_ = std::move(set.frames);
     phonebooks_ = std::move(set.phonebooks);
+    messages_ = std::move(set.messages);
 }
 
 bool PhoneStore::Open(const std::string& dir, std::string& error) {

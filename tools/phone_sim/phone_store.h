@@ -8,7 +8,7 @@
 //   DIR/frame-<n>.txt    each frame's 1536 characters
 //
 // A directory without index.json is seeded with the sample set. Phone books
-// live in memory only.
+// and short messages live in memory only.
 #pragma once
 
 #include <map>
@@ -42,15 +42,25 @@ struct Phonebook {
     std::map<int, PhonebookEntry> entries;
 };
 
+// A short message in text mode. Names and texts are UTF-8.
+struct ShortMessage {
+    std::string state;  // "REC UNREAD", "REC READ", "STO UNSENT" or "STO SENT"
+    std::string address;
+    std::string timestamp;  // "yy/MM/dd,hh:mm:ss+zz"; empty for a stored one
+    std::string text;
+};
+
 class PhoneStore {
   public:
     static constexpr int kToneSlots = 10;    // slots 1 to 10
     static constexpr int kFrameSlots = 250;  // frames 1 to 250
     static constexpr std::size_t kFrameLength = 1536;
     static constexpr std::size_t kMaxToneLength = 32511;
+    static constexpr int kDefaultEntries = 250;  // in the SIM's phone book
+    static constexpr int kMessageSlots = 30;     // messages 1 to 30
 
-    // The sample set, in memory.
-    PhoneStore();
+    // The sample set, in memory, with `entries` names in the SIM's phone book.
+    explicit PhoneStore(int entries = kDefaultEntries);
 
     // Keeps the store in `dir`: loads it, or creates and seeds it when it
     // holds no index.json yet. False with `error` set when that fails.
@@ -72,6 +82,9 @@ class PhoneStore {
     bool PutFrame(int number, const std::string& name, const std::string& param, std::string text);
 
     std::map<std::string, Phonebook>& Phonebooks() { return phonebooks_; }
+    const std::map<std::string, Phonebook>& Phonebooks() const { return phonebooks_; }
+    std::map<int, ShortMessage>& Messages() { return messages_; }
+    const std::map<int, ShortMessage>& Messages() const { return messages_; }
 
   private:
     bool Load(std::string& error);
@@ -84,6 +97,7 @@ class PhoneStore {
     std::vector<Image> images_;
     std::map<int, std::string> frames_;
     std::map<std::string, Phonebook> phonebooks_;
+    std::map<int, ShortMessage> messages_;
     std::optional<std::size_t> writingImage_;  // the image a run of frames goes to
 };
 

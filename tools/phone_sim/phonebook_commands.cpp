@@ -1,14 +1,46 @@
-// The phone books, as 27.007 phones answer for them.
+// The phone books, as 27.007 phones answer for them. Names cross the line
+// in the character set chosen with AT+CSCS; numbers always as they are.
+#include <algorithm>
+#include <cctype>
+
+#include "phone_sim/character_set.h"
+#include "phone_sim/command_arguments.h"
 #include "phone_sim/phone_commands.h"
 
 namespace velk::phonesim {
 namespace {
 
 constexpr int kNumberLength = 40;
-constexpr int kTextLength = 16;
+constexpr int kTextLength = 16;  // in UTF-16 units
+constexpr int kInternationalType = 145;
+constexpr int kNationalType = 129;
+constexpr std::string_view kDialCharacters = "0123456789*#pPwW";
 
-const Phonebook& Current(PhoneState& state) {
+Phonebook& Current(PhoneState& state) {
     return state.store.Phonebooks()[state.phonebook];
+}
+
+// <head> <index>,"<number>",<type>,"<text>"
+std::string EntryLine(const PhoneState& state, const char* head, int index,
+                      const PhonebookEntry& entry) {
+    return head + std::to_string(index) + ",\"" + entry.number + "\"," +
+           std::to_string(entry.type) + ",\"" + ToLineText(state.characterSet, entry.text, true) +
+           '"';
+}
+
+bool ValidNumber(std::string_view number) {
+    if (!number.empty() && number.front() == '+') number.remove_prefix(1);
+    return std::all_of(number.begin(), number.end(),
+                       [](char c) { return kDialCharacters.find(c) != std::string_view::npos; });
+}
+
+// Whether `name` begins with `start`, ASCII letters in any case.
+bool BeginsWith(std::string_view name, std::string_view start) {
+    return name.size() >= start.size() &&
+           std::equal(start.begin(), start.end(), name.begin(), [](char a, char b) {
+               return std::tolower(static_cast<unsigned char>(a)) ==
+                      std::tolower(static_cast<unsigned char>(b));
+           });
 }
 
 }  // namespace
@@ -81,10 +113,100 @@ void PhonebookRead(PhoneState& state, std::string_view arguments, Reply& reply) 
     }
     for (auto it = book.entries.lower_bound(first); it != book.entries.end() && it->first <= last;
          ++it) {
-        const PhonebookEntry& entry = it->second;
-        reply.push_back("+CPBR: " + std::to_string(it->first) + ",\"" + entry.number + "\"," +
-                        std::to_string(entry.type) + ",\"" + entry.text + "\"");
+        reply.push_back(EntryLine(state, "+CPBR: ", it->first, it->second));
     }
+    reply.push_back(kOk);
+}
+
+// AT+CPBF="<text>": every entry whose name begins with the text, one line
+// each as +CPBR gives them (+CPBF: <index>,...); none found is no error.
+void PhonebookFind(PhoneState& state, std::string_view arguments, Reply& reply) {
+    const auto split = SplitArguments(arguments);
+    if (!split || split->size() != 1 || !(*split)[0].quoted) {
+        reply.push_back(kError);
+        return;
+    }
+    const std::optional<std::string> start = FromLineText(state.characterSet, (*split)[0].text);
+    if (!start) {
+        reply.push_back(CmeError(kInvalidText));
+        return;
+    }
+    for (const auto& [index, entry] : Current(state).entries) {
+        if (BeginsWith(entry.text, *start))
+            reply.push_back(EntryLine(state, "+CPBF: ", index, entry));
+    }
+    reply.push_back(kOk);
+}
+
+// AT+CPBW=[<index>][,"<number>"[,<type>[,"<text>"]]]: writes the entry, to
+// the first free location when the index is left out; the index alone
+// deletes it.
+void PhonebookWrite(PhoneState& state, std::string_view arguments, Reply& reply) {
+    Phonebook& book = Current(state);
+    const auto split = SplitArguments(arguments);
+    if (!split || split->empty() || split->size() > 4 || (*split)[0].quoted) {
+        reply.push_back(kError);
+        return;
+    }
+    const std::vector<Argument>& given = *split;
+    const bool firstFree = given[0].text.empty();
+    int index = 0;
+    if (!firstFree && !NumberAt(given, 0, index)) {
+        reply.push_back(kError);
+        return;
+    }
+    if (!firstFree && (index < 1 || index > book.size)) {
+        reply.push_back(CmeError(kInvalidIndex));
+        return;
+    }
+    if (given.size() == 1) {
+        if (firstFree) {
+            reply.push_back(kError);
+            return;
+        }
+        book.entries.erase(index);
+        reply.push_back(kOk);
+        return;
+    }
+    PhonebookEntry entry;
+    entry.number = given[1].text;
+    entry.type =
+        !entry.number.empty() && entry.number.front() == '+' ? kInternationalType : kNationalType;
+    const bool typeGiven = given.size() > 2 && !given[2].text.empty();
+    const bool nameGiven = given.size() > 3 && !given[3].text.empty();
+    if (!given[1].quoted || (typeGiven && !NumberAt(given, 2, entry.type)) || entry.type < 128 ||
+        entry.type > 255 || (nameGiven && !given[3].quoted)) {
+        reply.push_back(kError);
+        return;
+    }
+    if (entry.number.size() > kNumberLength) {
+        reply.push_back(CmeError(kNumberTooLong));
+        return;
+    }
+    if (!ValidNumber(entry.number)) {
+        reply.push_back(CmeError(kInvalidNumber));
+        return;
+    }
+    const std::optional<std::string> name =
+        nameGiven ? FromLineText(state.characterSet, given[3].text) : std::string();
+    if (!name) {
+        reply.push_back(CmeError(kInvalidText));
+        return;
+    }
+    if (Utf16Length(*name) > kTextLength) {
+        reply.push_back(CmeError(kTextTooLong));
+        return;
+    }
+    entry.text = *name;
+    if (firstFree) {
+        for (index = 1; index <= book.size && book.entries.count(index) != 0; ++index) {
+        }
+        if (index > book.size) {
+            reply.push_back(CmeError(kMemoryFull));
+            return;
+        }
+    }
+    book.entries[index] = std::move(entry);
     reply.push_back(kOk);
 }
 

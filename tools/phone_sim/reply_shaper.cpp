@@ -25,6 +25,10 @@ std::string ReplyBytes(const std::string* echoedLine, const std::vector<std::str
     return bytes;
 }
 
+std::string PromptBytes(const std::string* echoedLine) {
+    return (echoedLine != nullptr ? *echoedLine + "\r\n" : std::string()) + "\r\n> ";
+}
+
 std::vector<OutputPiece> ShapeReply(std::string bytes, bool split, std::mt19937& random) {
     std::vector<OutputPiece> pieces;
     if (bytes.empty()) return pieces;

@@ -20,6 +20,10 @@ struct OutputPiece {
 std::string ReplyBytes(const std::string* echoedLine, const std::vector<std::string>& lines,
                        bool noise);
 
+// The prompt for a message's text: the echo, then CR LF "> " with no line
+// end after it.
+std::string PromptBytes(const std::string* echoedLine);
+
 std::vector<OutputPiece> ShapeReply(std::string bytes, bool split, std::mt19937& random);
 
 }  // namespace velk::phonesim

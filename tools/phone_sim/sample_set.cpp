@@ -3,7 +3,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <functional>
 
 namespace velk::phonesim {
@@ -64,23 +63,9 @@ bool Disc(int x, int y, int cx, int cy, int r) {
     return (x - cx) * (x - cx) + (y - cy) * (y - cy) <= r * r;
 }
 
-// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): sizes, then texts
-Phonebook NumberedBook(int size, int used, const char* prefix, const char* namePrefix) {
-    Phonebook book;
-    book.size = size;
-    for (int i = 1; i <= used; ++i) {
-        char number[32];
-        char text[32];
-        std::snprintf(number, sizeof number, "%s%04d", prefix, i);
-        std::snprintf(text, sizeof text, "%s %03d", namePrefix, i);
-        book.entries[i] = {number, number[0] == '+' ? 145 : 129, text};
-    }
-    return book;
-}
-
 }  // namespace
 
-SampleSet MakeSampleSet() {
+SampleSet MakeSampleSet(int entries) {
     SampleSet set;
     // Bells: three parts on the line; Chime: two, the second of 4 characters;
     // Alarm: a single part.
@@ -110,8 +95,9 @@ SampleSet MakeSampleSet() {
         });
     }
 
-    set.phonebooks["SM"] = NumberedBook(250, 200, "+4930555", "Contact");
-    set.phonebooks["ME"] = NumberedBook(100, 10, "0172555", "Office");
+    set.phonebooks["SM"] = SampleSimPhonebook(entries);
+    set.phonebooks["ME"].size = 100;
+    set.messages = SampleMessages();
     return set;
 }
 

@@ -1,7 +1,8 @@
 // The phone's contents before anything is written: three ring tones (small
 // MIDI files, as hexadecimal text), three images of 96 by 64 dots (one bit a
 // dot, as hexadecimal text: 1536 characters a frame) with one, three and two
-// frames, and two phone books.
+// frames, two phone books (the SIM's with names, the phone's own empty) and
+// a few short messages.
 #pragma once
 
 #include <map>
@@ -17,8 +18,14 @@ struct SampleSet {
     std::vector<Image> images;
     std::map<int, std::string> frames;
     std::map<std::string, Phonebook> phonebooks;
+    std::map<int, ShortMessage> messages;
 };
 
-SampleSet MakeSampleSet();
+// `entries` names in the SIM's phone book.
+SampleSet MakeSampleSet(int entries);
+
+// sample_contents.cpp: the names and messages.
+Phonebook SampleSimPhonebook(int entries);
+std::map<int, ShortMessage> SampleMessages();
 
 }  // namespace velk::phonesim

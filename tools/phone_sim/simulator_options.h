@@ -2,6 +2,7 @@
 // set it or a program that embeds the simulator fills it in.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -26,6 +27,9 @@ struct SimulatorOptions {
     std::string logFile;        // every command line received, one a line
     std::string timestampFile;  // "C <ns>" per command, "R <ns>" per reply
     uint32_t seed = 0;          // of the split pieces; 0 takes one from the clock
+    uint32_t entries = 250;     // names in the SIM's phone book
+    bool notify = false;        // +CREG reports between commands
+    std::chrono::milliseconds notifyEvery{2000};
 };
 
 enum class ParseOutcome { kRun, kHelp, kUsageError };
