@@ -98,7 +98,7 @@ ClassifiedLine MatchUnsolicited(std::string_view lineText, const ReplySelectors&
     for (std::string_view event : kBareEvents) {
         if (Equal(lineText, event)) {
             out.role = LineRole::kNotice;
-            out.head.assign(kBareEventHead);
+            out.head = std::string(kBareEventHead);
             return out;
         }
     }
