@@ -23,29 +23,24 @@ libdir=$(dirname "$(find "$prefix" -name 'libvelkport.so' | head -1)")
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 
 # pkg-config, with the .pc file relocated along with the prefix.
-build_against_prefix() {
-  cc -std=c99 -Wall -Werror "$1" -o "$2" \
-    $(PKG_CONFIG_PATH="$libdir/pkgconfig" pkg-config --cflags --libs velkport) \
-    -Wl,-rpath,"$libdir"
-}
-build_against_prefix "$source_dir/app/app.c" "$work/app-pc"
-"$work/app-pc"
+cc -std=c99 -Wall -Werror "$source_dir/app/app.c" -o "$work/app-pc" \
+  $(PKG_CONFIG_PATH="$libdir/pkgconfig" pkg-config --cflags --libs velkport) \
+  -Wl,-rpath,"$libdir"
+[ "$("$work/app-pc" version)" = "$version" ] || fail "velk_GetVersion does not say $version"
 
 # find_package(Velkport) from a CMake project.
 cmake -S "$source_dir/app" -B "$work/app-build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/app-build" >/dev/null
-"$work/app-build/app"
+[ "$("$work/app-build/app" version)" = "$version" ] || fail "the app built by find_package failed"
 
-# velk_GetVersion, and velk_GetLastError after a start on a missing device,
-# on one that is no terminal, on one that a link of another process holds,
-# and after the phone's refusal with an error number.
-build_against_prefix "$source_dir/last_error.c" "$work/last-error"
-[ "$("$work/last-error" version)" = "$version" ] || fail "velk_GetVersion does not say $version"
+# velk_GetLastError after a start on a missing device, on one that is no
+# terminal, on one that a link of another process holds, and after the
+# phone's refusal with an error number.
 expect_cause() {
   local want=$1 said
   shift
-  said=$("$work/last-error" "$@") || fail "last_error $* failed: $said"
-  [ "$said" = "$want" ] || fail "last_error $*: velk_GetLastError said \"$said\", not \"$want\""
+  said=$("$work/app-pc" "$@") || fail "app $* failed: $said"
+  [ "$said" = "$want" ] || fail "app $*: velk_GetLastError said \"$said\", not \"$want\""
 }
 expect_cause "ENOENT the device does not exist" start "$work/no-such-tty"
 expect_cause "ENOTTY the device is no serial port (not a terminal)" start /dev/null
