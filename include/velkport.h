@@ -12,9 +12,16 @@
  *      velk_GetAnimInfo, velk_GetAnimData).
  *   3. velk_EndThread once, last.
  *
- * Every call returns 1 for yes and 0 for no. A read or write call only says
- * whether the request was taken; its outcome arrives later as a window
- * message.
+ * Every call but velk_GetVersion and velk_GetLastError returns 1 for yes
+ * and 0 for no. A read or write call only says whether the request was
+ * taken; its outcome arrives later as a window message, and after a
+ * failure velk_GetLastError tells why.
+ *
+ * Versions
+ *
+ *   Every function here came with 1.0.0, except velk_GetVersion and
+ *   velk_GetLastError, which came with 1.1.0: an application that uses them
+ *   needs libvelkport 1.1.0 or later.
  *
  * The window
  *
@@ -39,7 +46,9 @@
  *   several at once: velk_BeginThread, velk_EndThread and
  *   velk_CancelCurrentAction are serialised among themselves, and the others
  *   may run beside them. Operations themselves run one at a time; a request
- *   made while another operation runs is refused with 0.
+ *   made while another operation runs is refused with 0. velk_GetVersion
+ *   and velk_GetLastError may be called at any time, with or without a
+ *   link.
  *
  *   velk_BeginThread blocks until the port is open; velk_EndThread and
  *   velk_CancelCurrentAction block until the library's threads of the link
@@ -216,6 +225,50 @@ VELK_API int32_t velk_WriteAnim(AnimRecord record);
  * read at each link start, the restart of velk_CancelCurrentAction included.
  * 1 on success; 0 for port 0 or a path longer than PATH_MAX. */
 VELK_API int32_t velk_SetPortDevice(uint8_t port, const char* devicePath);
+
+/* The version of the library that is loaded, "1.1.0": it may be newer than
+ * the header the application was built with. The text is constant and
+ * lives as long as the library.
+ * Since 1.1.0. Any thread, at any time. */
+VELK_API const char* velk_GetVersion(void);
+
+/* Why the latest start or operation failed, for the application to tell
+ * its user. Returns a number; `*text`, when `text` is not NULL, gets a
+ * line of text (never NULL, no line end).
+ *
+ * After velk_BeginThread returned 0, or the restart inside
+ * velk_CancelCurrentAction failed: the errno of the step that failed, and
+ * a sentence:
+ *   ENOENT, ENXIO, ENODEV  the device does not exist
+ *   EACCES, EPERM          no permission to open the device
+ *   EBUSY                  another program holds the device (its lock, or
+ *                          the kernel's exclusive mark)
+ *   ENOTTY                 the device is no serial port
+ *   EBADF                  the window is no descriptor open for writing
+ *   any other              the failing call's errno: EINVAL when the driver
+ *                          refused or did not keep the line settings or
+ *                          the rate, EAGAIN when no thread could be started
+ *
+ * After one of the failure messages (1133, 1134, 1135, 1139, 1140, 1142,
+ * 1143, 1146):
+ *   n >= 0  the phone answered with an error. n is the number of its
+ *           "+CME ERROR: n" or "+CMS ERROR: n"; 0 for a plain "ERROR" and
+ *           for an error that names no number ("+CME ERROR: SIM not
+ *           inserted"). The text is the phone's line as the library read
+ *           it: "ERROR", or "+CME ERROR: " and what the phone gave (also
+ *           for a +CMS ERROR), e.g. "+CME ERROR: 22".
+ *   -1      the phone gave no error: it stopped answering (1139), the link
+ *           was lost (1139), its answer could not be read, or it lists no
+ *           such image (1142, 1146). The text is a sentence.
+ *
+ * With no failure since the last start or request: 0 and "".
+ *
+ * The cause is recorded before the window message that ends the operation
+ * is sent, so it is there when the message is read. Each start of a link
+ * and each request the library takes clears it; `*text` stays valid and
+ * unchanged until then.
+ * Since 1.1.0. Any thread, at any time; it never waits for the phone. */
+VELK_API int velk_GetLastError(const char** text);
 
 #ifdef __cplusplus
 }

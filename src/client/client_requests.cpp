@@ -6,8 +6,12 @@
 // hands its record over in the same locked step that clears readyFlag, and a
 // fetch reads the held record while readyFlag and resultFlag stand, which
 // the transfer thread only changes under the lock before it touches a record.
+//
+// A request taken clears the cause of the last failure before it is posted,
+// so that the failure of the operation it starts cannot be cleared after.
 #include <cstring>
 
+#include "client/last_failure.h"
 #include "client/transfer_thread.h"
 #include "engine/message_numbers.h"
 
@@ -18,6 +22,7 @@ int CATTransferThread::RequestMidInfo() {
         std::lock_guard<std::mutex> hold(stateLock);
         if (!linkStands || !readyFlag) return 0;
     }
+    ClearLastFailure();
     return PostThreadMessage(threadId_, kMsgReadMidInfo, kRequestParam, 0) ? 1 : 0;
 }
 
@@ -26,6 +31,7 @@ int CATTransferThread::RequestMid(uint8_t slot) {
         std::lock_guard<std::mutex> hold(stateLock);
         if (!linkStands || !readyFlag) return 0;
     }
+    ClearLastFailure();
     return PostThreadMessage(threadId_, kMsgReadMid, kRequestParam, slot) ? 1 : 0;
 }
 
@@ -50,6 +56,7 @@ int CATTransferThread::RequestMidWrite(const MidRecord& record) {
         resultFlag = 0;
         tone.TakeWrite(std::move(copy), std::move(text));
     }
+    ClearLastFailure();
     return PostThreadMessage(threadId_, kMsgWriteMid, kRequestParam, 0) ? 1 : 0;
 }
 
@@ -60,6 +67,7 @@ int CATTransferThread::RequestAnimInfo() {
         readyFlag = 0;
         resultFlag = 0;
     }
+    ClearLastFailure();
     return PostThreadMessage(threadId_, kMsgReadAnimInfo, kRequestParam, 0) ? 1 : 0;
 }
 
@@ -70,6 +78,7 @@ int CATTransferThread::RequestAnim(uint8_t id) {
         image.id = id;
     }
     image.followUpAction = kFollowUpRead;
+    ClearLastFailure();
     return PostThreadMessage(threadId_, kMsgReadAnimInfo, kRequestParam, 0) ? 1 : 0;
 }
 
@@ -94,6 +103,7 @@ int CATTransferThread::RequestAnimWrite(const AnimRecord& record) {
         image.writeRecord = std::move(copy);
     }
     image.followUpAction = kFollowUpWrite;
+    ClearLastFailure();
     return PostThreadMessage(threadId_, kMsgReadAnimInfo, kRequestParam, 0) ? 1 : 0;
 }
 

@@ -8,12 +8,15 @@
 // library's own threads except the lifecycle lock, which only the
 // lifecycle calls take.
 #include <atomic>
+#include <cerrno>
 #include <mutex>
 #include <shared_mutex>
 
+#include "client/last_failure.h"
 #include "client/transfer_thread.h"
 #include "platform/window_sink.h"
 #include "serial/port_devices.h"
+#include "serial/serial_link.h"
 #include "velkport.h"
 
 namespace velk {
@@ -57,16 +60,21 @@ int32_t WithLink(Call call) {
     });
 }
 
-// With the lifecycle lock held.
-bool StartLink(uint8_t port, uint32_t baudRate, int32_t softwareFlow) {
+// With the lifecycle lock held. A start that fails records why.
+bool TryStartLink(uint8_t port, uint32_t baudRate, int32_t softwareFlow) {
     ClientWindow().Rearm();
     auto link = std::make_unique<CATTransferThread>(ClientWindow());
-    if (!link->CreateThread()) return false;
+    if (!link->CreateThread()) {
+        RecordLastFailure(EAGAIN, kNoThreadText);
+        return false;
+    }
     link->SetLinkParameters(port, baudRate, softwareFlow);
     g_nPort = port;
     g_nBaud = baudRate;
     g_nSoftwareFlow = softwareFlow;
     if (!link->StartWorkerLink()) {
+        const CSerialLink& serial = CSerialLink::Instance();
+        RecordLastFailure(CauseOfStartFault(serial.LastStartFault(), serial.LastStartError()));
         link->StopWorkerLink();
         return false;
     }
@@ -76,6 +84,15 @@ bool StartLink(uint8_t port, uint32_t baudRate, int32_t softwareFlow) {
     }
     g_bThreadStarted = 1;
     return true;
+}
+
+bool StartLink(uint8_t port, uint32_t baudRate, int32_t softwareFlow) {
+    try {
+        return TryStartLink(port, baudRate, softwareFlow);
+    } catch (...) {
+        RecordLastFailure(ENOMEM, kOutOfMemoryText);
+        return false;
+    }
 }
 
 // With the lifecycle lock held. Once the object is off the shared pointer no
@@ -115,7 +132,11 @@ VELK_API int32_t velk_BeginThread(VelkWindow window, uint8_t port, uint32_t baud
         if (velk::LinkStands()) return 1;
         // A link that fell by itself is cleared away before a new one.
         if (velk::g_pTransferThread) velk::EndLink(false);
-        if (!velk::ClientWindow().Open(window)) return 0;
+        velk::ClearLastFailure();
+        if (!velk::ClientWindow().Open(window)) {
+            velk::RecordLastFailure(EBADF, velk::kWindowRefusedText);
+            return 0;
+        }
         if (!velk::StartLink(port, baudRate, softwareFlow)) {
             velk::ClientWindow().Close();
             return 0;
@@ -142,6 +163,7 @@ VELK_API int32_t velk_CancelCurrentAction(void) {
         // A cancel tears the whole link down and builds it again; what the
         // phone took of a write stays in the phone.
         velk::EndLink(true);
+        velk::ClearLastFailure();
         if (!velk::StartLink(velk::g_nPort, velk::g_nBaud, velk::g_nSoftwareFlow)) {
             velk::ClientWindow().Close();
         }
@@ -191,6 +213,14 @@ VELK_API int32_t velk_WriteAnim(AnimRecord record) {
 
 VELK_API int32_t velk_SetPortDevice(uint8_t port, const char* devicePath) {
     return velk::Guarded([&]() -> int32_t { return velk::SetPortDevice(port, devicePath); });
+}
+
+VELK_API const char* velk_GetVersion(void) {
+    return VELK_LIBRARY_VERSION;
+}
+
+VELK_API int velk_GetLastError(const char** text) {
+    return velk::LastFailure(text);
 }
 
 }  // extern "C"

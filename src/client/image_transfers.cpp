@@ -12,6 +12,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "client/last_failure.h"
 #include "client/transfer_thread.h"
 #include "engine/message_numbers.h"
 
@@ -74,6 +75,7 @@ void CATTransferThread::OnImageInfoDone() {
         const uint8_t id = read ? image.id.load() : (image.writeRecord ? image.writeRecord->id : 0);
         if (!image.Listed(id)) {
             if (!read) ReleaseAnimWrite();
+            RecordLastFailure(CauseOfUnlistedImage(id));
             PostWindow(read ? VELK_MSG_ANIM_READ_REFUSED : VELK_MSG_ANIM_WRITE_REFUSED);
             EndOperation(0);
             return;
@@ -100,7 +102,7 @@ void CATTransferThread::OnRequestReadAnimFrames(const ThreadMessage& message) {
         if (transferState != kStateIdle) return;
     }
     if (!image.Listed(id)) {
-        EndIfIdle(VELK_MSG_ANIM_READ_REFUSED);
+        EndIfIdle(VELK_MSG_ANIM_READ_REFUSED, CauseOfUnlistedImage(id));
         return;
     }
     image.firstFrame = image.FirstFrameOf(id);
@@ -151,6 +153,7 @@ void CATTransferThread::OnImageFrameDone() {
     if (!image.readStarted || !image.readRecord) {
         // The phone never sent the start of the image.
         ReleaseAnimRead();
+        RecordLastFailure(kNoPhoneError, kNoImageStartText);
         PostWindow(VELK_MSG_ANIM_READ_REFUSED);
         EndOperation(0);
         return;
@@ -179,6 +182,9 @@ void CATTransferThread::OnRequestWriteAnimFrames(const ThreadMessage&) {
     const uint8_t id = record ? record->id : 0;
     image.frameCount = record ? static_cast<int32_t>(record->size / kFrameChars) : 0;
     if (!image.Listed(id) || image.frameCount == 0) {
+        RecordLastFailure(record && !image.Listed(id)
+                              ? CauseOfUnlistedImage(id)
+                              : FailureCause{kNoPhoneError, std::string(kNothingToWriteText)});
         ReleaseAnimWrite();
         PostWindow(VELK_MSG_ANIM_WRITE_REFUSED);
         EndOperation(0);
@@ -201,6 +207,7 @@ void CATTransferThread::OnRequestWriteAnimFrames(const ThreadMessage&) {
 // a frame) and moves the frame number on once its own field is set.
 void CATTransferThread::ImageChunkStep() {
     if (!image.writeRecord || (image.chunkIndex == 1 && image.frames.empty())) {
+        RecordLastFailure(kNoPhoneError, kNothingToWriteText);
         ReleaseAnimWrite();
         PostWindow(VELK_MSG_ANIM_WRITE_REFUSED);
         EndOperation(0);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "client/last_failure.h"
 #include "client/transfer_thread.h"
 #include "engine/message_numbers.h"
 
@@ -105,6 +106,7 @@ void CATTransferThread::OnToneReadDone() {
 // One chunk of the tone; the last one always goes out.
 void CATTransferThread::ToneChunkStep() {
     if (!tone.writeRecord) {
+        RecordLastFailure(kNoPhoneError, kNothingToWriteText);
         PostWindow(VELK_MSG_MID_WRITE_REFUSED);
         EndOperation(0);
         return;

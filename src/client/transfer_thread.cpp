@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "client/last_failure.h"
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
 #include "platform/tick_clock.h"
@@ -147,6 +148,7 @@ void CATTransferThread::AbandonOperation() {
         running = transferState != kStateIdle || readyFlag == 0;
     }
     if (!running) return;
+    RecordLastFailure(kNoPhoneError, kOutOfMemoryText);
     PostWindow(VELK_MSG_TIMED_OUT);
     EndOperation(0);
     atRetryCount = 0;
@@ -236,7 +238,10 @@ void CATTransferThread::OnLinkEnd() {
         }
         DisposeLeftover(message);
     });
-    if ((running || requestLeft) && !stopRequested_) PostWindow(VELK_MSG_TIMED_OUT);
+    if ((running || requestLeft) && !stopRequested_) {
+        RecordLastFailure(kNoPhoneError, kLinkLostText);
+        PostWindow(VELK_MSG_TIMED_OUT);
+    }
 }
 
 // ---- state -------------------------------------------------------------
@@ -266,13 +271,14 @@ void CATTransferThread::EndOperation(int32_t resultFlagAfter) {
 // Between the two halves of an image transfer the object is idle with a good
 // result; a second half that cannot run takes the result back and says why.
 // False when another operation took the idle moment.
-bool CATTransferThread::EndIfIdle(uint32_t windowMessage) {
+bool CATTransferThread::EndIfIdle(uint32_t windowMessage, const FailureCause& cause) {
     {
         std::lock_guard<std::mutex> hold(stateLock);
         if (transferState != kStateIdle) return false;
         image.followUpAction = kFollowUpNone;
         resultFlag = 0;
     }
+    RecordLastFailure(cause);
     PostWindow(windowMessage);
     return true;
 }
@@ -388,6 +394,7 @@ void CATTransferThread::OnCommandTimeout() {
     ReleaseWriteRecords();
     if (id == kCmdToneWrite) tone.chunkIndex = 1;
     if (id == kCmdImageWrite) image.chunkIndex = 1;
+    RecordLastFailure(CauseOfTimeOut(id, id == kCmdAttention ? atRetryCount : 1));
     PostWindow(VELK_MSG_TIMED_OUT);
     EndOperation(0);
     atRetryCount = 0;
@@ -396,19 +403,21 @@ void CATTransferThread::OnCommandTimeout() {
 void CATTransferThread::OnCommandError(const ATCommandBlock& block) {
     if (pendingCommands.empty()) return;
     const int32_t id = PendingId();
+    const char* text = block.result.error.message;
+    const std::string_view message(text, strnlen(text, sizeof block.result.error.message));
     if (id == kCmdAttention || id == kCmdEchoOff) {
-        const char* text = block.result.error.message;
-        const std::string_view message(text, strnlen(text, sizeof block.result.error.message));
         // Any other text leaves the command in flight; if nothing more comes
         // within the command time-out the operation ends as timed out.
         if (message != "ERROR") {
             openingSilenceArmed = true;
             openingSilenceSince = GetTickCount();
+            openingRefusal = CauseOfRefusal(message).text;
             return;
         }
     }
     for (const ErrorRow& row : kErrorRows) {
         if (row.id != id) continue;
+        RecordLastFailure(CauseOfRefusal(message));
         pendingCommands.pop_front();
         // What the operation held goes before the link takes requests again:
         // from then on an export may hand over a new write record.
@@ -427,6 +436,7 @@ void CATTransferThread::OnOpeningSilence() {
     if (id != kCmdAttention && id != kCmdEchoOff) return;
     pendingCommands.pop_front();
     ReleaseWriteRecords();
+    RecordLastFailure(CauseOfOpeningSilence(id, openingRefusal));
     PostWindow(VELK_MSG_TIMED_OUT);
     EndOperation(0);
     atRetryCount = 0;

@@ -20,8 +20,10 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 
+#include "client/failure_causes.h"
 #include "client/image_transfer.h"
 #include "client/tone_transfer.h"
 #include "engine/command_block.h"
@@ -125,7 +127,7 @@ class CATTransferThread {
 
     bool OpenWith(int32_t state);
     void EndOperation(int32_t resultFlagAfter);
-    bool EndIfIdle(uint32_t windowMessage);
+    bool EndIfIdle(uint32_t windowMessage, const FailureCause& cause);
     void PostToSelf(uint32_t message, intptr_t lParam = 0);
     void PostWindow(uint32_t message);
     void PostProgress(uint32_t message);
@@ -208,7 +210,8 @@ class CATTransferThread {
     int32_t atRetryCount = 0;
     bool openingSilenceArmed = false;
     uint32_t openingSilenceSince = 0;
-    LookHabit resultWait;  // whether results come fast enough to look for
+    std::string openingRefusal;  // the phone's answer that armed the wait
+    LookHabit resultWait;        // whether results come fast enough to look for
 };
 
 }  // namespace velk

@@ -48,5 +48,8 @@ int main(void) {
     int32_t (*writeAnim)(AnimRecord) = velk_WriteAnim;
     int32_t (*getAnimInfo)(AnimInfoRecord**) = velk_GetAnimInfo;
     int32_t (*setDevice)(uint8_t, const char*) = velk_SetPortDevice;
-    return begin == 0 || writeMid == 0 || writeAnim == 0 || getAnimInfo == 0 || setDevice == 0;
+    const char* (*version)(void) = velk_GetVersion;
+    int (*lastError)(const char**) = velk_GetLastError;
+    return begin == 0 || writeMid == 0 || writeAnim == 0 || getAnimInfo == 0 || setDevice == 0 ||
+           version == 0 || lastError == 0;
 }

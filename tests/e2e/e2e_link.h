@@ -144,6 +144,14 @@ long long MillisecondsOf(Call call) {
 
 inline constexpr std::size_t kFrame = 1536;
 
+// What velk_GetLastError says: its number and its text.
+using Cause = std::pair<int, std::string>;
+inline Cause LastError() {
+    const char* text = nullptr;
+    const int code = velk_GetLastError(&text);
+    return {code, text != nullptr ? text : "(null)"};
+}
+
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): frames, then their pattern
 inline std::string Frames(std::size_t count, unsigned seed) {
     std::string frames;

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "e2e_link.h"
 
 namespace velk::test {
@@ -53,6 +55,7 @@ TEST_F(Exports, BeginRefusesAWindowThatCannotBeWritten) {
     close(fds[1]);
     EXPECT_EQ(velk_BeginThread(fds[1], kPhonePort, kPhoneBaud, 0), 0) << "a closed descriptor";
     EXPECT_EQ(velk_BeginThread(-1, kPhonePort, kPhoneBaud, 0), 0);
+    EXPECT_EQ(LastError().first, EBADF);
     EXPECT_EQ(velk_ReadMidInfo(), 0) << "no link stands";
 }
 

@@ -5,6 +5,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -14,6 +16,7 @@
 
 #include <gmock/gmock.h>
 
+#include "client/failure_causes.h"
 #include "e2e_link.h"
 #include "support/process_resources.h"
 
@@ -43,6 +46,7 @@ TEST_F(LinkLifecycleTest, BadDeviceRefusesTheStartAndLeavesNothingThenAGoodOneSt
     const ProcessResources before = ProcessResources::Now();
     ASSERT_EQ(velk_SetPortDevice(kPhonePort, "/dev/null"), 1);
     EXPECT_EQ(Begin(), 0);
+    EXPECT_EQ(LastError(), Cause(ENOTTY, "the device is no serial port (not a terminal)"));
     EXPECT_EQ(ProcessResources::Now(), before) << "the failed start returns with all ended";
     EXPECT_EQ(velk_ReadMidInfo(), 0);
     ASSERT_EQ(velk_SetPortDevice(kPhonePort, phone.DevicePath().c_str()), 1);
@@ -98,6 +102,7 @@ TEST_F(LinkLifecycleTest, PhoneHangingUpEndsTheOperationAndTheLink) {
             dying.HangUp();
         }
         EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_TIMED_OUT});
+        EXPECT_EQ(LastError(), Cause(-1, std::string(kLinkLostText)));
         EXPECT_TRUE(window.Quiet(20));
         EXPECT_EQ(velk_ReadMidInfo(), 0);
         EXPECT_EQ(velk_CancelCurrentAction(), 0);
@@ -118,6 +123,7 @@ TEST_F(LinkLifecycleTest, PhoneHangingUpEndsTheOperationAndTheLink) {
         ASSERT_EQ(Begin(), 1);
         ASSERT_TRUE(Request(velk_ReadMidInfo));
         EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_MID_INFO_READ});
+        EXPECT_EQ(LastError(), Cause(0, "")) << "the request cleared the cause";
         EXPECT_EQ(velk_EndThread(), 1);
     }
 }

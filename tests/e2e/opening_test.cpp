@@ -42,7 +42,8 @@ TEST_F(OpeningTest, ToneInformationReadPutsItsThreeCommandsOnTheLineInOrder) {
 }
 
 // AT has three tries and ATE0 one; an error text other than "ERROR" leaves
-// AT in flight until its time runs out, with no new try.
+// AT in flight until its time runs out, with no new try. The phone gave no
+// error number for any of these ends.
 TEST_F(OpeningTest, SilenceInTheOpeningEndsItAfterItsTries) {
     const struct {
         PhoneRule rule;
@@ -51,22 +52,31 @@ TEST_F(OpeningTest, SilenceInTheOpeningEndsItAfterItsTries) {
         int waiters;                      // on the clock before it moves
         uint32_t message;
         Lines lines;
+        Cause cause;
     } cases[] = {
         {{"AT", false, PhoneAction::kSilence, {}},
          0,
          {1, 2, 3},
          1,
          VELK_MSG_TIMED_OUT,
-         {"AT", "AT", "AT"}},
-        {{"ATE0", false, PhoneAction::kSilence, {}}, 0, {2}, 1, VELK_MSG_TIMED_OUT, {"AT", "ATE0"}},
-        {{}, 2, {1, 2}, 1, VELK_MSG_MID_INFO_READ, {"AT", "AT", "AT", "ATE0", "AT+RNGI"}},
+         {"AT", "AT", "AT"},
+         {-1, "no answer from the phone to AT in 3 tries of 10 s each"}},
+        {{"ATE0", false, PhoneAction::kSilence, {}},
+         0,
+         {2},
+         1,
+         VELK_MSG_TIMED_OUT,
+         {"AT", "ATE0"},
+         {-1, "no answer from the phone to ATE0 within 10 s"}},
+        {{}, 2, {1, 2}, 1, VELK_MSG_MID_INFO_READ, {"AT", "AT", "AT", "ATE0", "AT+RNGI"}, {0, ""}},
         // The worker, and the transfer thread waiting for more.
         {{"AT", false, PhoneAction::kReply, {"+CME ERROR: 100"}},
          0,
          {1},
          2,
          VELK_MSG_TIMED_OUT,
-         {"AT"}},
+         {"AT"},
+         {-1, "the phone answered AT with \"+CME ERROR: 100\" and then nothing for 10 s"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.lines.size());
@@ -86,6 +96,7 @@ TEST_F(OpeningTest, SilenceInTheOpeningEndsItAfterItsTries) {
         }
         EXPECT_EQ(window.UntilFinal(), Messages{c.message});
         EXPECT_EQ(fresh.ReceivedLines(), c.lines);
+        EXPECT_EQ(LastError(), c.cause);
         EXPECT_EQ(velk_EndThread(), 1);
     }
 }
@@ -104,34 +115,41 @@ TEST_F(OpeningTest, OperationsFollowEachOtherWithoutPauses) {
     EXPECT_EQ(phone.ReceivedLines().size(), 150u);
 }
 
-// A refusal ends the operation with the message of the command refused; so
-// does a frame reply that cannot make an image.
+// A refusal ends the operation with the message of the command refused, and
+// velk_GetLastError gives the phone's error number and line; a frame reply
+// that cannot make an image ends the same way, with no number of the phone.
 TEST_F(OpeningTest, EveryRefusalEndsTheOperationWithItsMessage) {
-    const struct {
+    struct Case {
         const char* command;  // or its beginning, when it ends in '='
         Lines reply;
         int32_t (*start)();
         uint32_t message;
-    } cases[] = {
-        {"AT", {"ERROR"}, velk_ReadMidInfo, VELK_MSG_OPENING_REFUSED},
-        {"ATE0", {"ERROR"}, ReadTone, VELK_MSG_OPENING_REFUSED},
-        {"AT+RNGI", {"+CME ERROR: 10"}, velk_ReadMidInfo, VELK_MSG_MID_INFO_REFUSED},
-        {"AT+RNGR=", {"ERROR"}, ReadTone, VELK_MSG_MID_READ_REFUSED},
-        {"AT+RNGW=", {"ERROR"}, WriteTone, VELK_MSG_MID_WRITE_REFUSED},
-        {"AT+IMGINF", {"ERROR"}, velk_ReadAnimInfo, VELK_MSG_ANIM_INFO_REFUSED},
-        {"AT+IMGINF", {"+CME ERROR: 3"}, ReadImage, VELK_MSG_ANIM_INFO_REFUSED},
-        {"AT+IMGR=", {"ERROR"}, ReadImage, VELK_MSG_ANIM_READ_REFUSED},
-        // Without the image's start; with an image parameter not of three numbers.
-        {"AT+IMGR=",
-         {"+IMGR: 20,\"Sun\",2,2,,,\"250310\",\"abc\",1", "OK"},
-         ReadImage,
-         VELK_MSG_ANIM_READ_REFUSED},
-        {"AT+IMGR=",
-         {"+IMGR: 20,\"Sun\",1,1,0,7,\"2503\",\"6040abc\",1", "OK"},
-         ReadImage,
-         VELK_MSG_ANIM_READ_REFUSED},
-        {"AT+IMGW=", {"+CME ERROR: 4"}, WriteImage, VELK_MSG_ANIM_WRITE_REFUSED},
+        Cause cause;
     };
+    // clang-format off
+    const Case cases[] = {
+        {"AT", {"ERROR"}, velk_ReadMidInfo, VELK_MSG_OPENING_REFUSED, {0, "ERROR"}},
+        {"ATE0", {"ERROR"}, ReadTone, VELK_MSG_OPENING_REFUSED, {0, "ERROR"}},
+        {"AT+RNGI", {"+CME ERROR: 10"}, velk_ReadMidInfo, VELK_MSG_MID_INFO_REFUSED,
+            {10, "+CME ERROR: 10"}},
+        {"AT+RNGR=", {"+CMS ERROR: 500"}, ReadTone, VELK_MSG_MID_READ_REFUSED,
+            {500, "+CME ERROR: 500"}},
+        {"AT+RNGW=", {"+CME ERROR: \"SIM not inserted\""}, WriteTone, VELK_MSG_MID_WRITE_REFUSED,
+            {0, "+CME ERROR: SIM not inserted"}},
+        {"AT+IMGINF", {"ERROR"}, velk_ReadAnimInfo, VELK_MSG_ANIM_INFO_REFUSED, {0, "ERROR"}},
+        {"AT+IMGINF", {"+CME ERROR: 3"}, ReadImage, VELK_MSG_ANIM_INFO_REFUSED,
+            {3, "+CME ERROR: 3"}},
+        {"AT+IMGR=", {"ERROR"}, ReadImage, VELK_MSG_ANIM_READ_REFUSED, {0, "ERROR"}},
+        // Without the image's start; with an image parameter not of three numbers.
+        {"AT+IMGR=", {"+IMGR: 20,\"Sun\",2,2,,,\"250310\",\"abc\",1", "OK"}, ReadImage,
+            VELK_MSG_ANIM_READ_REFUSED,
+            {-1, "the phone sent frames of the image but not its start"}},
+        {"AT+IMGR=", {"+IMGR: 20,\"Sun\",1,1,0,7,\"2503\",\"6040abc\",1", "OK"}, ReadImage,
+            VELK_MSG_ANIM_READ_REFUSED, {-1, "animParam 2503 is not right"}},
+        {"AT+IMGW=", {"+CME ERROR: 4"}, WriteImage, VELK_MSG_ANIM_WRITE_REFUSED,
+            {4, "+CME ERROR: 4"}},
+    };
+    // clang-format on
     for (const auto& c : cases) {
         SCOPED_TRACE(c.command + (" " + c.reply[0]));
         PhoneModel freshModel;  // outlives the phone, whose thread asks it
@@ -146,6 +164,7 @@ TEST_F(OpeningTest, EveryRefusalEndsTheOperationWithItsMessage) {
 
         ASSERT_EQ(c.start(), 1);
         EXPECT_EQ(window.UntilFinal(), Messages{c.message});
+        EXPECT_EQ(LastError(), c.cause);
         EXPECT_TRUE(window.Quiet(20));
         MidInfoRecord* info = nullptr;
         EXPECT_FALSE(Eventually([&] { return velk_GetMidInfo(&info) == 1; }, 20))

@@ -206,6 +206,7 @@ TEST_F(TransferTest, ImageNumberThePhoneDoesNotListEndsAfterTheInformation) {
         const std::size_t before = phone.ReceivedLines().size();
         ASSERT_TRUE(Request([&] { return velk_ReadAnim(id); }));
         EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_ANIM_READ_REFUSED});
+        EXPECT_EQ(LastError(), Cause(-1, "the phone lists no image " + std::to_string(id)));
         std::string frames = Frames(1, 1);
         ASSERT_TRUE(Request([&] { return velk_WriteAnim(ImageRecord(id, "Anim", frames)); }));
         EXPECT_EQ(window.UntilFinal(), Messages{VELK_MSG_ANIM_WRITE_REFUSED});

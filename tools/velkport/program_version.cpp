@@ -1,9 +1,12 @@
 #include "velkport/program_version.h"
 
+#include "velkport.h"
+
 namespace velk::cli {
 
+// The program is built with the library and carries its version.
 const char* ProgramVersion() {
-    return VELK_PROGRAM_VERSION;
+    return velk_GetVersion();
 }
 
 }  // namespace velk::cli

@@ -1,4 +1,4 @@
-// The version of the programs, the project's version at build time.
+// The version of the program: that of the library it is built with.
 #pragma once
 
 namespace velk::cli {

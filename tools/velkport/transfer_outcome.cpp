@@ -80,7 +80,9 @@ Outcome DescribeEnd(const OperationEnd& end, const OperationTarget& target,
             if (!target.doing.empty()) sentence += " while " + target.doing;
         } else if (row.exitCode == kExitRefused) {
             if (row.namesTarget && !target.refused.empty()) sentence += " (" + target.refused + ")";
-            if (end.failure.known && end.failure.code >= 0 && !end.failure.text.empty()) {
+            // The phone's own line when it says more than a plain ERROR.
+            if (end.failure.known && end.failure.code >= 0 && !end.failure.text.empty() &&
+                end.failure.text != "ERROR") {
                 sentence += " with \"" + end.failure.text + "\"";
             }
         }
