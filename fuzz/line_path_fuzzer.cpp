@@ -5,18 +5,25 @@
 // too: every block the worker posts comes back here and is freed, so a block
 // that is lost or freed twice shows up as a leak or a use after free.
 //
+// A command that sends a message text (AT+CMGS=, AT+CMGW=) may wait for the
+// phone's prompt: the line assembler then hands on the first "> " at the start
+// of a line as the prompt, and the worker must write the text with its Ctrl-Z
+// exactly once, and nothing else.
+//
 // Input: one byte choosing the command in flight (0-228: id 13-241, anything
 // above: no command waits), one byte of reading forms (bits 0-1 the "+CMGR"
 // form, bit 2 the "+CMGL" form, bits 3-6 the last service reply kind, 8 and
-// above meaning none yet), one byte of feed size (0: all bytes in one read),
-// a length byte and the command text as sent (empty: the text the builder
-// makes from a zero request), then the bytes from the phone.
+// above meaning none yet, bit 7 a message text waiting for its prompt), one
+// byte of feed size (0: all bytes in one read), a length byte and the command
+// text as sent (empty: the text the builder makes from a zero request), with
+// bit 7 a length byte and the message text, then the bytes from the phone.
 #include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "engine/command_block.h"
 #include "engine/command_catalogue.h"
@@ -39,16 +46,20 @@ constexpr uint8_t kIdCount = kLastCommandId - kFirstCommandId + 1;
 // thread as both worker and transfer thread.
 class LinePath {
   public:
-    LinePath(int32_t id, std::string commandText, ReplySelectors selectors) {
+    LinePath(LineAssembler& assembler, CATWorkerThread::CommandInFlight command,
+             ReplySelectors selectors) {
         CATWorkerThread::Setup setup;
         setup.link.takeText = &TakeLineText;
         setup.link.sendCommand = [](std::string&) { return 1; };
+        setup.link.awaitPrompt = [&assembler](bool awaited) { assembler.AwaitPrompt(awaited); };
+        if (command.body) expectedText_ = *command.body + kBodyEnd;
+        setup.link.sendText = [this](std::string_view bytes) {
+            if (textsWritten_++ != 0 || bytes != expectedText_) std::abort();
+        };
         setup.sharedQueues = false;
         setup.serialLink = false;
         setup.selectors = selectors;
-        if (id != 0) {
-            setup.commandInFlight = CATWorkerThread::CommandInFlight{id, std::move(commandText)};
-        }
+        if (command.id != 0) setup.commandInFlight = std::move(command);
         worker_ = std::make_unique<CATWorkerThread>(std::move(setup));
     }
 
@@ -73,6 +84,9 @@ class LinePath {
         }
     }
 
+    // The text with its Ctrl-Z, which the one write after the prompt must be.
+    std::string expectedText_;
+    int textsWritten_ = 0;
     std::unique_ptr<CATWorkerThread> worker_;
 };
 
@@ -105,19 +119,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     (void)self;
 
     FuzzInput input(data, size);
-    const uint8_t command = input.Byte();
-    const int32_t id = command < kIdCount ? kFirstCommandId + command : 0;
+    const uint8_t choice = input.Byte();
+    const int32_t id = choice < kIdCount ? kFirstCommandId + choice : 0;
     const uint8_t forms = input.Byte();
     const uint32_t service = forms >> 3 & 15;
     const ReplySelectors selectors{.serviceReplyKind = service < 8 ? service : kNoServiceReply,
                                    .messageListForm = static_cast<uint32_t>(forms >> 2 & 1),
                                    .messageReadForm = static_cast<uint32_t>(forms & 3)};
     const std::size_t feedSize = input.Byte();
-    std::string commandText = CommandTextFor(id, input.ShortText(255));
+    CATWorkerThread::CommandInFlight command{id, CommandTextFor(id, input.ShortText(255))};
+    if ((forms & 0x80) != 0) command.body = input.ShortText(255);
     const std::string bytes = input.Rest();
 
-    LinePath path(id, std::move(commandText), selectors);
     LineAssembler assembler([](const char* line, uint32_t length) { PushLine(line, length); });
+    LinePath path(assembler, std::move(command), selectors);
     const std::size_t step = feedSize == 0 ? bytes.size() : feedSize;
     for (std::size_t at = 0; at < bytes.size(); at += step) {
         assembler.Feed(bytes.data() + at, std::min(step, bytes.size() - at));

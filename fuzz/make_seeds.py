@@ -90,6 +90,18 @@ def line_path_seeds(replies):
     # be read.
     write("line_path", "overlong_line",
           line_path_input(236, "", ["+RNGI: " + "7" * 9000, '+RNGI: "Bells",3,1,2', "OK"], 200))
+    # A message text waiting for the phone's prompt (bit 7 of the forms byte,
+    # the text behind the command's): sent, stored with the prompt cut, echoed
+    # back with a prompt after its line break, refused before the prompt.
+    def prompted(ident, body, stream, feed=0):
+        return bytes([ident - FIRST_ID, 0x80, feed, 0, len(body)]) + body + stream
+    sent = b"\r\n+CMGS: 12\r\n\r\nOK\r\n"
+    write("line_path", "prompt_send", prompted(65, b"Hi there", b"\r\n> " + sent))
+    write("line_path", "prompt_store_cut",
+          prompted(69, b"Hi", b"\r\n> \r\n+CMGW: 4\r\n\r\nOK\r\n", 3))
+    write("line_path", "prompt_echo",
+          prompted(65, b"Hi\rthere", b"\r\n> Hi\r\r\n> there\x1a" + sent))
+    write("line_path", "prompt_refused", prompted(65, b"Hi", b"\r\n+CMS ERROR: 304\r\n\r\n> "))
 
 
 def builder_seeds():

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "engine/request_forms.h"
 #include "engine/result_forms.h"
@@ -30,5 +31,23 @@ void FreeCommandBlock(ATCommandBlock* block);
 // Returns a result block with what it owns: the frame list of an
 // image-information block. nullptr is ignored.
 void FreeResultBlock(ATCommandBlock* block);
+
+// Why SetMessageBody refused a body.
+enum class BodyFault : uint8_t {
+    kNone,
+    kNoBody,      // the block's command sends no body (only AT+CMGS= and AT+CMGW= do)
+    kTooLong,     // more than kMessageBodyWidth bytes
+    kEndingByte,  // a Ctrl-Z or an Esc, which would end or cancel the message there
+};
+
+// Puts the message text `body` into the block of a command that sends one
+// after the phone's prompt (its commandId set, its parameters filled or not);
+// the text of the command line stays as the builder makes it. kNone when the
+// body is in; else the block is left as it was.
+BodyFault SetMessageBody(ATCommandBlock& block, std::string_view body);
+
+// The message text in the request of a command that sends one. Of any other
+// request it reads bytes without meaning, but never past the block.
+std::string_view MessageBodyOf(const RequestForms& request);
 
 }  // namespace velk

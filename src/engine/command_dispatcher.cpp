@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 
+#include "engine/command_table.h"
 #include "engine/command_text_builder.h"
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
@@ -16,6 +17,19 @@ void CATWorkerThread::BuildCommandText(int32_t id, ATCommandBlock& block) {
     commandText = velk::BuildCommandText(id, block, currentCommand);
     commandHeads = HeadsOf(currentCommand, commandText);
     commandArmed = 1;
+    bodyStage_ = BodyStage::kNone;
+    commandBody_.clear();
+    if (!commandText.empty() && SendsBodyAfterPrompt(id)) {
+        commandBody_ = MessageBodyOf(block.request);
+        bodyStage_ = BodyStage::kAwaitingPrompt;
+    }
+}
+
+// The prompt is awaited before the line goes out: the phone may answer at
+// once.
+void CATWorkerThread::SendCommandLine() {
+    if (bodyStage_ == BodyStage::kAwaitingPrompt) responseReader.AwaitPrompt(true);
+    responseReader.SendCommand(commandText);
 }
 
 void CATWorkerThread::CommandDispatcher(const ThreadMessage& message) {
@@ -43,7 +57,7 @@ void CATWorkerThread::CommandDispatcher(const ThreadMessage& message) {
         BuildCommandText(id, *block);
         FreeCommandBlock(requestInHand);
         requestInHand = nullptr;
-        responseReader.SendCommand(commandText);
+        SendCommandLine();
         sendState = kSendWaiting;
         lastActivityTick = GetTickCount();
         return;
@@ -69,7 +83,7 @@ void CATWorkerThread::StartOldestParked() {
 // tick sends the bare line end.
 void CATWorkerThread::SendBuiltText() {
     if (commandText.empty()) return;
-    responseReader.SendCommand(commandText);
+    SendCommandLine();
     sendState = kSendWaiting;
     lastActivityTick = GetTickCount();
 }
@@ -82,12 +96,13 @@ void CATWorkerThread::TickDispatcher() {
             timedOut->result.timedOut.commandId = currentCommand;
             PostResultBlock(timedOut, 0);
         }
+        EndBody(true);
         sendState = kSendIdle;
         return;
     }
     if (sendState == kSendBuilt) {
         // The lapse runs on from the last activity before.
-        responseReader.SendCommand(commandText);
+        SendCommandLine();
         sendState = kSendWaiting;
         return;
     }

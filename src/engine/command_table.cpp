@@ -24,6 +24,7 @@ constexpr DecodeCase Part(int32_t resultId) {
 constexpr DecodeCase Special(DecodeStyle style) {
     return {style, 0};
 }
+constexpr bool kBodyAfterPrompt = true;
 
 // Several ids share "AT+CMGR=": they differ in their parameters and in how the
 // reply is decoded, which goes by the command id, not by the text.
@@ -49,9 +50,9 @@ constexpr CommandRow kCommandTable[] = {
     {49,  "AT+CSDH=",   kShowHeader},
     {52,  "AT+CNMI=",   kIndications},
     {61,  "AT+CMGR=",   kIndex,             Special(DecodeStyle::kMessageRead)},
-    {65,  "AT+CMGS=",   kAddress,           Fields(66)},
+    {65,  "AT+CMGS=",   kAddress,           Fields(66),  kOwnHead,  kBodyAfterPrompt},
     {67,  "AT+CMSS=",   kStoredSend,        Fields(68)},
-    {69,  "AT+CMGW=",   kMessageWrite,      Fields(70)},
+    {69,  "AT+CMGW=",   kMessageWrite,      Fields(70),  kOwnHead,  kBodyAfterPrompt},
     {71,  "AT+CMGD=",   kIndex},
     {72,  "AT+CREG=",   kMode},
     {76,  "AT+COPS=",   kOperator,          Fields(4)},
@@ -175,7 +176,9 @@ static_assert(IdsAscendWithinRange(), "command ids must ascend within the comman
 
 // The matcher compares the whole command text with a fixed-head query or an
 // opening, so those take no parameters; a row without a text has nothing for
-// a parameter to follow. A chunk read is the only reply read as a part.
+// a parameter to follow. A chunk read is the only reply read as a part. The
+// body of a command sits behind the parameters of AT+CMGS= or AT+CMGW=, and
+// its reply is read like any other: it has its own head.
 constexpr bool RowsAgree() {
     for (const CommandRow& row : kCommandTable) {
         const bool wholeText = row.heads == kFixedHead || row.heads == kOpening;
@@ -185,6 +188,10 @@ constexpr bool RowsAgree() {
         const bool hasResult =
             row.decode.style == DecodeStyle::kFields || row.decode.style == DecodeStyle::kPart;
         if (hasResult != (row.decode.resultId != 0)) return false;
+        if (row.bodyAfterPrompt &&
+            ((row.form != kAddress && row.form != kMessageWrite) || row.heads != kOwnHead)) {
+            return false;
+        }
     }
     return true;
 }
@@ -221,6 +228,11 @@ const CommandRow* FindCommandRow(int32_t id) {
                          [](const CommandRow& row, int32_t wanted) { return row.id < wanted; });
     if (found == std::end(kCommandTable) || found->id != id) return nullptr;
     return found;
+}
+
+bool SendsBodyAfterPrompt(int32_t id) {
+    const CommandRow* row = FindCommandRow(id);
+    return row != nullptr && row->bodyAfterPrompt;
 }
 
 ReplyHeads HeadsOf(int32_t id, std::string_view sentText) {

@@ -106,6 +106,10 @@ struct CommandRow {
     RequestForm form;
     DecodeCase decode = {};
     ReplyHeads heads = ReplyHeads::kOwnHead;
+    // The command line is answered by the prompt "> ", after which the
+    // command sends the message text of its block (MessageBodyOf) ended by
+    // Ctrl-Z; only then comes the reply.
+    bool bodyAfterPrompt = false;
 };
 
 // All rows, ordered by id.
@@ -118,5 +122,8 @@ const CommandRow* FindCommandRow(int32_t id);
 // kOwnHead when `sentText` is empty — an id without a text sends nothing of
 // its own and must not borrow the rule of the command before it.
 ReplyHeads HeadsOf(int32_t id, std::string_view sentText);
+
+// True for the ids whose row sends a body after the prompt.
+bool SendsBodyAfterPrompt(int32_t id);
 
 }  // namespace velk

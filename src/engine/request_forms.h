@@ -205,6 +205,27 @@ struct RequestMessageWrite {
     Text84 status;
 };
 
+// The message text that AT+CMGS= and AT+CMGW= send once the phone has
+// prompted for it with "> ": up to kMessageBodyWidth bytes in the phone's
+// character set, any byte but Ctrl-Z and Esc, which would end or cancel the
+// message where they stand.
+inline constexpr size_t kMessageBodyWidth = 1024;
+inline constexpr char kBodyEnd = '\x1A';     // Ctrl-Z: the text is whole, send it
+inline constexpr char kBodyCancel = '\x1B';  // Esc: drop the text
+struct MessageBody {
+    uint16_t length;
+    char text[kMessageBodyWidth];
+};
+
+// The body sits behind the parameters of both commands, whichever of the two
+// forms above the builder reads them as; SetMessageBody (command_block.h)
+// puts it in, and only the worker reads it.
+struct RequestWithBody {
+    char parameters[sizeof(RequestMessageWrite)];
+    MessageBody body;
+};
+static_assert(sizeof(RequestAddress) <= sizeof(RequestMessageWrite));
+
 // AT+COPS= (id 76). The operator's name is `operatorName` because `operator`
 // is a keyword of the language.
 struct RequestOperator {
@@ -314,6 +335,7 @@ union RequestForms {
     RequestIndex index;
     RequestStoredSend storedSend;
     RequestMessageWrite messageWrite;
+    RequestWithBody withBody;
     RequestOperator operatorSelect;
     RequestPin pin;
     RequestMeterReset meterReset;

@@ -7,12 +7,15 @@
 #include "decode/result_blocks.h"
 #include "decode/solicited_decoder.h"
 #include "decode/unsolicited_decoder.h"
+#include "engine/body_echo.h"
+#include "engine/command_table.h"
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
 #include "platform/post_until_taken.h"
 #include "platform/shared_memory.h"
 #include "platform/tick_clock.h"
 #include "queues/queue_object_names.h"
+#include "serial/line_assembler.h"
 #include "serial/serial_link.h"
 
 namespace velk {
@@ -71,6 +74,12 @@ CATWorkerThread::CATWorkerThread(Setup setup)
         commandHeads = HeadsOf(currentCommand, commandText);
         commandArmed = 1;
         sendState = kSendWaiting;
+        const std::optional<std::string>& body = setup_.commandInFlight->body;
+        if (body && SendsBodyAfterPrompt(currentCommand)) {
+            commandBody_ = body->substr(0, kMessageBodyWidth);
+            bodyStage_ = BodyStage::kAwaitingPrompt;
+            responseReader.AwaitPrompt(true);
+        }
     }
 }
 
@@ -133,6 +142,7 @@ bool CATWorkerThread::HandleMessage(const ThreadMessage& message) {
         case AT_MSG_RESET:
             // A reply still in the air then arrives as an unsolicited line.
             parkedCommands.Clear();
+            EndBody(true);
             sendState = kSendIdle;
             return false;
         case AT_MSG_REPLY_UNSOLICITED:
@@ -177,7 +187,9 @@ void CATWorkerThread::OnLineReceived() {
     if (!running_) return;
     try {
         while (responseReader.TakeLine(lineText_)) {
-            if (sendState == kSendWaiting) {
+            if (lineText_ == kPromptText) {
+                OnPrompt();
+            } else if (sendState == kSendWaiting) {
                 ReadSolicitedLine();
             } else {
                 ReadUnsolicitedLine();
@@ -193,8 +205,18 @@ void CATWorkerThread::OnLineReceived() {
 void CATWorkerThread::ReadSolicitedLine() {
     // Every line from the phone restarts the time-out.
     lastActivityTick = GetTickCount();
+    std::string echo;
+    if (bodyStage_ == BodyStage::kEchoMayFollow) echo = lineText_;
     ClassifiedLine line =
         MatchSolicited(commandText, commandHeads, std::move(lineText_), selectors, lineRecord_);
+    if (bodyStage_ == BodyStage::kEchoMayFollow) {
+        // The echo ends at the first line that is not: a final reply or a
+        // notice never is one, even when the text reads the same.
+        const bool mayBeEcho =
+            line.role == LineRole::kInformation || line.role == LineRole::kNothing;
+        if (mayBeEcho && TakeBodyEcho(echo, commandBody_)) return;
+        EndBody(false);
+    }
     if (line.serviceReplyKind) selectors.serviceReplyKind = *line.serviceReplyKind;
     PostReports(line.reports);
     switch (line.role) {
@@ -209,6 +231,7 @@ void CATWorkerThread::ReadSolicitedLine() {
             break;
         case LineRole::kOk: {
             commandArmed = 0;
+            EndBody(false);
             sendState = kSendIdle;
             ResultBlockPtr done(AllocCommandBlock());
             if (done) {
@@ -221,11 +244,36 @@ void CATWorkerThread::ReadSolicitedLine() {
         case LineRole::kError:
             // Its ResultError went out with the reports.
             commandArmed = 0;
+            EndBody(false);
             sendState = kSendIdle;
             break;
         case LineRole::kNothing:
             break;
     }
+}
+
+// The phone waits for the message text: it goes out with its Ctrl-Z in one
+// write. A prompt that no command waits for is passed over: the reader can
+// only have taken one just as its command ended.
+void CATWorkerThread::OnPrompt() {
+    if (sendState != kSendWaiting || bodyStage_ != BodyStage::kAwaitingPrompt) return;
+    lastActivityTick = GetTickCount();
+    commandBody_ += kBodyEnd;
+    responseReader.SendText(commandBody_);
+    commandBody_.pop_back();
+    bodyStage_ = BodyStage::kEchoMayFollow;
+}
+
+// The command in flight has ended, or its echo has. A command left before its
+// prompt came (`abandoned`: timed out or dropped) gets an Esc: a phone that
+// prompts late would take the next command line for message text.
+void CATWorkerThread::EndBody(bool abandoned) {
+    if (bodyStage_ == BodyStage::kAwaitingPrompt) {
+        responseReader.AwaitPrompt(false);
+        if (abandoned) responseReader.SendText(std::string_view(&kBodyCancel, 1));
+    }
+    bodyStage_ = BodyStage::kNone;
+    commandBody_.clear();
 }
 
 void CATWorkerThread::ReadUnsolicitedLine() {

@@ -4,6 +4,24 @@
 // and posts the results back; it alone posts them. It also ends the
 // link: the stop of the serial port comes through this thread, and its last
 // act tells the transfer thread that the link is gone.
+//
+// A command is posted as message MessageForId(id) with kRequestParam and a
+// block from AllocCommandBlock, which the worker then owns. Its results come
+// back to controllerThreadId as MessageForId(resultId) with kResultParam:
+// the blocks its information lines decode to, a ResultError for each fault
+// or error line, then ResultDone after "OK" or ResultTimedOut after more than
+// kCommandTimeoutMs without a line from the phone.
+//
+// AT+CMGS= and AT+CMGW= (SendsBodyAfterPrompt) send a message text, in text
+// mode (AT+CMGF=1) as the phone's character set has it: the block carries it
+// (SetMessageBody, command_block.h). The command line goes out, the phone
+// prompts with "> ", the text follows with Ctrl-Z in one write, and the reply
+// is read as any other: a ResultMessageSent (66) or ResultMessageWritten
+// (70), then ResultDone. An error line instead of the prompt ends the command
+// with its ResultError; a phone that never prompts ends it with
+// ResultTimedOut, after which an Esc goes out, so that a late prompt cannot
+// take the next command line for message text. An echo of the text, and the
+// prompts some phones put after each line break in it, are passed over.
 #pragma once
 
 #include <atomic>
@@ -47,6 +65,9 @@ class CATWorkerThread {
     struct CommandInFlight {
         int32_t id = 0;
         std::string text;  // as sent: in capitals, without line end
+        // For a command that sends a message text: the text, its prompt not
+        // come yet.
+        std::optional<std::string> body = std::nullopt;
     };
 
     struct Setup {
@@ -91,8 +112,12 @@ class CATWorkerThread {
     // Time-out of the command in flight; start what is parked.
     void TickDispatcher();
     void BuildCommandText(int32_t id, ATCommandBlock& block);
+    void SendCommandLine();
     void SendBuiltText();
     void StartOldestParked();
+    // The message text of a command that sends one.
+    void OnPrompt();
+    void EndBody(bool abandoned);
 
     // The road of every received line: take, classify, decode, post.
     void OnLineReceived();
@@ -112,6 +137,12 @@ class CATWorkerThread {
     ReplyHeads commandHeads = ReplyHeads::kOwnHead;
     // Id of the command in flight, set when its text is built.
     int32_t currentCommand = 0;
+    // Where the message text of the command in flight stands, and the text:
+    // before the prompt the one to send, after it what of its echo may still
+    // come.
+    enum class BodyStage : uint8_t { kNone, kAwaitingPrompt, kEchoMayFollow };
+    BodyStage bodyStage_ = BodyStage::kNone;
+    std::string commandBody_;
     ReplySelectors selectors;
     // The head of the last line of the phone's own accord.
     std::string replyText;

@@ -3,7 +3,9 @@
 #include <cstring>
 #include <utility>
 
+#include "serial/line_assembler.h"
 #include "serial/receive_queue.h"
+#include "serial/serial_link.h"
 #include "serial/transmit_path.h"
 
 namespace velk {
@@ -12,6 +14,8 @@ ReaderLink SerialReaderLink() {
     ReaderLink link;
     link.takeText = &TakeLineText;
     link.sendCommand = &velk::SendCommand;
+    link.awaitPrompt = [](bool awaited) { CSerialLink::Instance().AwaitPrompt(awaited); };
+    link.sendText = &WriteMessageText;
     return link;
 }
 
@@ -22,6 +26,7 @@ CATResponseReader::CATResponseReader(ReaderLink link) : link_(std::move(link)) {
 bool CATResponseReader::TakeLine(std::string& line) {
     if (!link_.takeText) return false;
     while (link_.takeText(line)) {
+        if (line == kPromptText) return true;
         // A line of one or two bytes is no more than a line end.
         if (line.size() <= 2) continue;
         line.resize(::strnlen(line.data(), line.size()));
@@ -33,6 +38,14 @@ bool CATResponseReader::TakeLine(std::string& line) {
 int CATResponseReader::SendCommand(std::string& text) {
     if (link_.sendCommand) link_.sendCommand(text);
     return 1;
+}
+
+void CATResponseReader::AwaitPrompt(bool awaited) {
+    if (link_.awaitPrompt) link_.awaitPrompt(awaited);
+}
+
+void CATResponseReader::SendText(std::string_view bytes) {
+    if (link_.sendText) link_.sendText(bytes);
 }
 
 }  // namespace velk

@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace velk {
 
@@ -24,6 +25,11 @@ struct ReaderLink {
     std::function<bool(std::string& line)> takeText;
     // Writes `text` with CR LF and turns a-z of `text` into capitals in place.
     std::function<int(std::string& text)> sendCommand;
+    // Whether the next "> " at the start of a line is the prompt for a
+    // message text, to be queued as kPromptText (serial/line_assembler.h).
+    std::function<void(bool awaited)> awaitPrompt;
+    // Writes bytes as they are, in one write, without line end.
+    std::function<void(std::string_view bytes)> sendText;
 };
 
 // The receive queue and transmit path of the serial link.
@@ -35,14 +41,21 @@ class CATResponseReader {
     CATResponseReader();
     explicit CATResponseReader(ReaderLink link);
 
-    // Takes the oldest received line into `line`, line end included. A zero
-    // byte from the phone ends the text there; a line of no more than its
-    // line end is passed over. False when no line waits.
+    // Takes the oldest received line into `line`, line end included, or the
+    // prompt as kPromptText. A zero byte from the phone ends the text there;
+    // a line of no more than its line end is passed over. False when no line
+    // waits.
     bool TakeLine(std::string& line);
 
     // Sends a command line; `text` is in capitals afterwards. Always 1: a
     // failed write shows up as a time-out.
     int SendCommand(std::string& text);
+
+    // The prompt for a message text: awaited from before the command line
+    // goes out until it comes or the command ends.
+    void AwaitPrompt(bool awaited);
+    // Sends the bytes that follow a prompt as they are.
+    void SendText(std::string_view bytes);
 
   private:
     ReaderLink link_;

@@ -18,6 +18,13 @@ void LineAssembler::Feed(const char* bytes, std::size_t count) {
             Deliver(bytes[i++]);
             continue;
         }
+        // The first bytes of a line go one by one while a prompt may be
+        // among them, whatever the reads it comes in.
+        if (lineLength_ < kPromptText.size() && promptAwaited_.load()) {
+            Deliver(bytes[i++]);
+            TakePrompt();
+            continue;
+        }
         // Only an LF can end a line: the bytes before it, as far as the line
         // has room, go into the line at once; the LF takes the byte path.
         const std::size_t span = std::min(count - i, std::size_t{kLineCapacity - lineLength_});
@@ -36,6 +43,14 @@ void LineAssembler::Reset() {
     lineLength_ = 0;
     discarding_ = false;
     discardSawCr_ = false;
+    promptAwaited_.store(false);
+}
+
+void LineAssembler::TakePrompt() {
+    if (std::string_view(lineBuffer_.data(), lineLength_) != kPromptText) return;
+    if (!promptAwaited_.exchange(false)) return;
+    lineLength_ = 0;
+    sink_(kPromptText.data(), static_cast<uint32_t>(kPromptText.size()));
 }
 
 void LineAssembler::Deliver(char byte) {

@@ -1,7 +1,5 @@
 #include "serial/receive_queue.h"
 
-#include <algorithm>
-#include <cstdlib>
 #include <deque>
 #include <mutex>
 #include <new>
@@ -48,22 +46,6 @@ int ClearLines() {
     return 1;
 }
 
-bool TakeLine(char*& buffer, uint32_t& length) {
-    ReceiveQueue& queue = TheQueue();
-    std::lock_guard<std::mutex> hold(queue.lock);
-    if (queue.lines.empty()) return false;
-    const std::string& line = queue.lines.front();
-    // One byte more than the line, left 0, so that a reader that treats the
-    // line as a C string stops at its end.
-    char* copy = static_cast<char*>(std::calloc(line.size() + 1, 1));
-    if (copy == nullptr) return false;
-    std::copy(line.begin(), line.end(), copy);
-    length = static_cast<uint32_t>(line.size());
-    buffer = copy;
-    queue.lines.pop_front();
-    return true;
-}
-
 bool TakeLineText(std::string& line) {
     ReceiveQueue& queue = TheQueue();
     std::lock_guard<std::mutex> hold(queue.lock);
@@ -71,11 +53,6 @@ bool TakeLineText(std::string& line) {
     line.swap(queue.lines.front());
     queue.lines.pop_front();
     return true;
-}
-
-void ReleaseLine(char*& buffer) {
-    std::free(buffer);
-    buffer = nullptr;
 }
 
 }  // namespace velk

@@ -1,6 +1,7 @@
 // The lines that the serial reader has taken from the phone, waiting for the
-// worker. One queue per process. Each line is held with its CR LF and with no
-// NUL. The reader pushes, the worker takes; every call holds the queue's lock.
+// worker. One queue per process. Each line is held with its CR LF, the
+// prompt "> " alone has none, and no NUL is added. The reader pushes, the
+// worker takes; every call holds the queue's lock.
 #pragma once
 
 #include <cstddef>
@@ -18,14 +19,6 @@ int HasLine();
 // Drops every line. Returns 1.
 int ClearLines();
 
-// Takes the first line into a new zeroed buffer of `length` bytes plus a NUL
-// that is not counted. False, with both arguments left as they are, when no
-// line waits (or no memory is left: the line then stays). The buffer goes
-// back through ReleaseLine.
-bool TakeLine(char*& buffer, uint32_t& length);
-
-// Frees a buffer of TakeLine and nulls the pointer; a null pointer is fine.
-void ReleaseLine(char*& buffer);
 // Moves the first line into `line`, as it was queued, and drops it from the
 // queue: the line is not copied again on its way to the reader. False, with
 // `line` left as it is, when no line waits.

@@ -52,6 +52,10 @@ class CSerialLink {
     // are dropped. Called once, right after StartLink.
     void ResetReceive();
 
+    // Any thread: whether the reader takes the next "> " at the start of a
+    // line for the phone's prompt (LineAssembler::AwaitPrompt).
+    void AwaitPrompt(bool awaited) { assembler_.AwaitPrompt(awaited); }
+
     // Posts `message` to the worker `count` times, retrying every 50 ms
     // while its queue is full, until all are taken, the worker is gone, or
     // the link is stopping.

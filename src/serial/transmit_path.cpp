@@ -26,6 +26,11 @@ void WriteCommandLine(std::string& text) {
     (void)WritePort(line.data(), line.size());
 }
 
+void WriteMessageText(std::string_view bytes) {
+    if (CSerialLink::Instance().ReceivePaused()) return;
+    (void)WritePort(bytes.data(), bytes.size());
+}
+
 int WritePort(const char* bytes, std::size_t count) {
     return CSerialLink::Instance().WritePort(bytes, count);
 }

@@ -95,5 +95,40 @@ TEST(BuildCommandText, ImageDefaultAndLogoCapitalsAreWrittenBack) {
     EXPECT_EQ(std::string(logo.code1, 5), "AB\0cd"s);
 }
 
+// A message text rides behind the parameters of AT+CMGS= and AT+CMGW=, whose
+// lines stay as they are. A text the phone would end or cancel early, or one
+// that does not fit, is refused with the block left as it was; so is any
+// text for a command that sends none.
+TEST(SetMessageBody, LeavesTheCommandLineAndRefusesWhatCannotGo) {
+    const std::string full(kMessageBodyWidth, 'x');
+    const struct {
+        int32_t id;
+        std::string body;
+        BodyFault fault;
+    } cases[] = {
+        {65, full, BodyFault::kNone},
+        {69, "Hi\r\nthere", BodyFault::kNone},
+        {65, full + 'x', BodyFault::kTooLong},
+        {65,
+         "a\x1A"
+         "b",
+         BodyFault::kEndingByte},
+        {69, "\x1B", BodyFault::kEndingByte},
+        {45, "Hi", BodyFault::kNoBody},
+    };
+    for (const auto& c : cases) {
+        for (const Row& row : kRows) {
+            if (row.id != c.id) continue;
+            SCOPED_TRACE(row.line + " with " + std::to_string(c.body.size()) + " bytes");
+            BlockPtr block = NewBlock();
+            block->commandId = c.id;
+            row.fill(block->request);
+            EXPECT_EQ(SetMessageBody(*block, c.body), c.fault);
+            EXPECT_EQ(Build(c.id, *block, c.id), row.line);
+            EXPECT_EQ(MessageBodyOf(block->request), c.fault == BodyFault::kNone ? c.body : "");
+        }
+    }
+}
+
 }  // namespace
 }  // namespace velk

@@ -8,11 +8,13 @@
 #include <cctype>
 #include <chrono>
 #include <condition_variable>
+#include <cstring>
 #include <deque>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "engine/command_table.h"
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
 #include "platform/tick_clock.h"
@@ -115,23 +117,6 @@ class WorkerThreadTest : public ::testing::Test {
     ThreadId id = kNoThread;
 };
 
-// OK ends a command with Done, ERROR with Error; either frees the line. A
-// command without text sends a bare line end.
-TEST_F(WorkerThreadTest, FinalRepliesEndTheCommandAndFreeTheLine) {
-    Send(kCmdAttention);
-    EXPECT_EQ(AwaitSent(1), Sent{"AT"});
-    Arrive("OK");
-    auto done = NextBlock(kResultDone);
-    ASSERT_TRUE(done);
-    EXPECT_EQ(done->result.done.commandId, kCmdAttention);
-    Send(kCmdToneInfo);
-    EXPECT_EQ(AwaitSent(2)[1], "AT+RNGI");
-    Arrive("ERROR");
-    EXPECT_TRUE(NextBlock(kResultError));
-    Send(117);
-    EXPECT_EQ(AwaitSent(3)[2], "");
-}
-
 TEST_F(WorkerThreadTest, CommandsWaitTheirTurnInOrderOfArrival) {
     Send(kCmdAttention);
     Send(kCmdEchoOff);
@@ -160,8 +145,9 @@ TEST_F(WorkerThreadTest, ClearPendingDropsParkedCommandsAndLateRepliesGoUnsolici
     Tick();
     EXPECT_TRUE(Quiet()) << "no ResultDone for a dropped command";
     EXPECT_EQ(AwaitSent(1).size(), 1u);
-    Send(kCmdToneInfo);
-    EXPECT_EQ(AwaitSent(2)[1], "AT+RNGI");
+    // The next command starts from idle; one without text is a bare line end.
+    Send(117);
+    EXPECT_EQ(AwaitSent(2)[1], "");
 }
 
 // The clock is a member, so it is installed before the worker starts and
@@ -207,6 +193,29 @@ TEST_F(WorkerTimeoutTest, EveryLineRestartsTheTimeOut) {
     EXPECT_TRUE(Quiet());
 }
 
+std::string Summary(const ATCommandBlock& block) {
+    const ResultForms& r = block.result;
+    switch (block.resultId) {
+        case 56:
+            return "56 " + std::string(r.reportMessageStored.store) + " " +
+                   std::to_string(r.reportMessageStored.index);
+        case 14:
+            return "14 " + std::string(r.phonebookEntry.text);
+        case kResultDone:
+            return "1 " + std::to_string(r.done.commandId);
+        case kResultTimedOut:
+            return "2 " + std::to_string(r.timedOut.commandId);
+        case kResultError:
+            return "3 " + std::string(r.error.message);
+        case 66:
+            return "66 " + std::to_string(r.messageSent.reference);
+        case 70:
+            return "70 " + std::to_string(r.messageWritten.index);
+        default:
+            return std::to_string(block.resultId);
+    }
+}
+
 // The worker's handling of received lines with no thread of its own: this
 // thread is the serial reader (the real line assembler announces each line
 // as the reader thread does), the worker (its messages go to HandleMessage)
@@ -225,6 +234,8 @@ class ReplyLines : public ::testing::Test {
             return true;
         };
         setup.link.sendCommand = [](std::string&) { return 1; };
+        setup.link.awaitPrompt = [this](bool awaited) { assembler_.AwaitPrompt(awaited); };
+        setup.link.sendText = [this](std::string_view bytes) { texts_.emplace_back(bytes); };
         setup.sharedQueues = false;
         setup.serialLink = false;
         worker_ = std::make_unique<CATWorkerThread>(std::move(setup));
@@ -237,10 +248,16 @@ class ReplyLines : public ::testing::Test {
         controllerThreadId = kNoThread;
     }
 
-    // The transfer thread's command message.
-    void Send(int32_t commandId) {
+    // The transfer thread's command message; AT+CMGS= and AT+CMGW= go to
+    // "+15550100" with `body`.
+    void Send(int32_t commandId, std::string_view body = {}) {
         ATCommandBlock* block = AllocCommandBlock();
         block->commandId = commandId;
+        if (SendsBodyAfterPrompt(commandId)) {
+            std::strcpy(block->request.messageWrite.address, "+15550100");
+            block->request.messageWrite.addressType = kOmitted;
+            EXPECT_EQ(SetMessageBody(*block, body), BodyFault::kNone);
+        }
         worker_->HandleMessage(
             {MessageForId(commandId), kRequestParam, reinterpret_cast<intptr_t>(block)});
     }
@@ -259,6 +276,14 @@ class ReplyLines : public ::testing::Test {
         }
     }
 
+    // The blocks that came back, in short, and forgets them.
+    std::vector<std::string> TakeBlocks() {
+        std::vector<std::string> out;
+        for (const BlockPtr& block : blocks_) out.push_back(Summary(*block));
+        blocks_.clear();
+        return out;
+    }
+
     std::deque<std::string> received_;
     LineAssembler assembler_{[this](const char* line, uint32_t length) {
         received_.emplace_back(line, length);
@@ -266,22 +291,9 @@ class ReplyLines : public ::testing::Test {
     }};
     std::unique_ptr<CATWorkerThread> worker_;
     std::vector<BlockPtr> blocks_;
+    std::vector<std::string> texts_;  // written as they are, not as command lines
+    TestTickClock clock_;
 };
-
-std::string Summary(const ATCommandBlock& block) {
-    const ResultForms& r = block.result;
-    switch (block.resultId) {
-        case 56:
-            return "56 " + std::string(r.reportMessageStored.store) + " " +
-                   std::to_string(r.reportMessageStored.index);
-        case 14:
-            return "14 " + std::string(r.phonebookEntry.text);
-        case kResultDone:
-            return "1 " + std::to_string(r.done.commandId);
-        default:
-            return std::to_string(block.resultId);
-    }
-}
 
 // A new-message notice amid a phone-book read is decoded from its own line,
 // however the port cuts the bytes into reads; so is a line after the final
@@ -305,11 +317,58 @@ TEST_F(ReplyLines, EachLineIsReadInTurnWhateverTheReads) {
         SCOPED_TRACE(c.name);
         Send(13);
         Read(c.reads);
-        std::vector<std::string> blocks;
-        for (const BlockPtr& block : blocks_) blocks.push_back(Summary(*block));
-        EXPECT_EQ(blocks, c.blocks);
-        blocks_.clear();
+        EXPECT_EQ(TakeBlocks(), c.blocks);
     }
+}
+
+// A message text goes out on the phone's "> " alone, once, with its Ctrl-Z,
+// however the reads cut the prompt; its echo and the prompts after its line
+// breaks are no part of the reply. An error instead of the prompt ends the
+// command, and a "> " after it, as during any other command, starts a line.
+TEST_F(ReplyLines, TheMessageTextFollowsThePrompt) {
+    const std::string sent = "\r\n+CMGS: 12\r\n\r\nOK\r\n";
+    const std::vector<std::string> sentBlocks = {"66 12", "1 65"};
+    const struct {
+        int32_t id;
+        std::string body;
+        std::vector<std::string> reads;
+        bool written;
+        std::vector<std::string> blocks;
+    } cases[] = {
+        // clang-format off
+        {65, "Hi", {"AT+CMGS=\"+15550100\"\r\n\r\n> ", sent}, true, sentBlocks},
+        {65, "Hi", {"\r\n>", " ", sent}, true, sentBlocks},
+        {65, "Hi", {"\r\n> ", "Hi\x1A" + sent}, true, sentBlocks},
+        {65, "Hi\rthere", {"\r\n> ", "Hi\r\r\n> there" + sent}, true, sentBlocks},
+        {65, "Hi\rthere", {"\r\n> ", "\r\n> " + sent}, true, sentBlocks},
+        {69, "Hi", {"\r\n> \r\n+CMGW: 4\r\n\r\nOK\r\n"}, true, {"70 4", "1 69"}},
+        {69, "OK", {"\r\n> ", "\r\nOK\r\n"}, true, {"1 69"}},
+        {65, "Hi", {"\r\n+CMS ERROR: 304\r\n", "\r\n> ", "+CMTI: \"SM\",7\r\n"}, false, {"3 304"}},
+        {13, "", {"\r\n> ", "+CPBR: 1,\"123\",129,\"Ann\"\r\nOK\r\n"}, false, {"14 ", "1 13"}},
+        // clang-format on
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::PrintToString(c.reads));
+        Send(c.id, c.body);
+        Read(c.reads);
+        EXPECT_EQ(texts_, c.written ? std::vector<std::string>{c.body + '\x1A'}
+                                    : std::vector<std::string>{});
+        EXPECT_EQ(TakeBlocks(), c.blocks);
+        assembler_.Reset();
+        texts_.clear();
+    }
+}
+
+// A phone that never prompts: the command's one lapse ends it, and an Esc
+// keeps a late prompt from taking the next command line for message text.
+TEST_F(ReplyLines, APromptThatNeverComesTimesOutAndIsCancelled) {
+    Send(65, "Hi");
+    Read({"\r\n"});
+    clock_.Advance(kCommandTimeoutMs + 1);
+    worker_->HandleMessage({AT_MSG_TICK, 0, 0});
+    Read({"\r\n> ", "OK\r\n"});
+    EXPECT_EQ(texts_, std::vector<std::string>{"\x1B"});
+    EXPECT_EQ(TakeBlocks(), std::vector<std::string>{"2 65"});
 }
 
 }  // namespace

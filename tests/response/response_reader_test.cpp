@@ -16,20 +16,20 @@ using namespace std::string_literals;
 
 // Lines as the receive queue holds them in, lines as the matcher gets them
 // out: a line of no more than its line end is passed over, a zero byte ends
-// the text.
+// the text; the prompt, two bytes without line end, comes through.
 TEST(ResponseReader, TakesEveryLineCutAtItsFirstZeroByte) {
     std::deque<std::string> queued = {
-        "\r\n"s, "+CSQ: 18\0,99\r\n"s, "\n"s, "\0OK\r\n"s, "\0\0"s, "OK\r\n"s, "ab"s};
+        "\r\n"s, "+CSQ: 18\0,99\r\n"s, "\n"s, "\0OK\r\n"s, "\0\0"s, "OK\r\n"s, "ab"s, "> "s};
     CATResponseReader reader(ReaderLink{[&queued](std::string& line) {
                                             if (queued.empty()) return false;
                                             line.swap(queued.front());
                                             queued.pop_front();
                                             return true;
                                         },
-                                        nullptr});
+                                        nullptr, nullptr, nullptr});
     std::vector<std::string> taken;
     for (std::string line; reader.TakeLine(line);) taken.push_back(line);
-    EXPECT_EQ(taken, (std::vector<std::string>{"+CSQ: 18", "", "OK\r\n"}));
+    EXPECT_EQ(taken, (std::vector<std::string>{"+CSQ: 18", "", "OK\r\n", "> "}));
     EXPECT_TRUE(queued.empty());
     EXPECT_EQ(reader.SendCommand(taken[0]), 1) << "a link that sends nothing";
 }

@@ -30,10 +30,12 @@ const std::string kFits = std::string(kCap - 2, 'x') + "\r\n";
 
 // The stream as the reads deliver it, and the lines that reach the queue. A
 // line that cannot fit is dropped, wherever its CR LF falls, and the next
-// line comes through.
+// line comes through. While a prompt is awaited, the first "> " at the start
+// of a line is handed on as it is; any other "> " starts a line.
 const struct {
     Lines chunks;
     Lines lines;
+    bool promptAwaited = false;
 } kStreams[] = {
     {{"OK\r", "\n"}, {"OK\r\n"}},
     {{"O", "K\r\n"}, {"OK\r\n"}},
@@ -50,6 +52,10 @@ const struct {
     {{std::string(kCap - 1, 'x') + "\ry\r\n", "OK\r\n"}, {"OK\r\n"}},
     {{std::string(kCap, 'x') + "\r\r\n", "OK\r\n"}, {"OK\r\n"}},
     {{std::string(kCap + 5, 'x') + "\n\n\r\n", "OK\r\n"}, {"OK\r\n"}},
+    {{"AT+CMGS=\"1\"\r\n\r\n> "}, {"AT+CMGS=\"1\"\r\n", "> "}, true},
+    {{"\r\n>", " ", "> x\r\n"}, {"> ", "> x\r\n"}, true},
+    {{"x> \r\n", ">> ", "\r\n> "}, {"x> \r\n", ">> \r\n", "> "}, true},
+    {{"\r\n> ", "OK\r\n"}, {"> OK\r\n"}},
 };
 
 TEST(LineAssembler, CutsTheStreamIntoLinesHoweverItIsRead) {
@@ -58,6 +64,8 @@ TEST(LineAssembler, CutsTheStreamIntoLinesHoweverItIsRead) {
         for (const std::string& chunk : stream.chunks) all += chunk;
         SCOPED_TRACE(::testing::PrintToString(all.substr(0, 40)));
         Collected asRead, byByte, inOne;
+        for (Collected* c : {&asRead, &byByte, &inOne})
+            c->assembler.AwaitPrompt(stream.promptAwaited);
         for (const std::string& chunk : stream.chunks) asRead.Feed(chunk);
         byByte.FeedBounded(all);
         inOne.Feed(all);

@@ -1,42 +1,12 @@
-#include "serial/receive_queue.h"
+#include "serial/port_devices.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <string>
 
-#include "serial/port_devices.h"
-
 namespace velk {
 namespace {
-
-class ReceiveQueueTest : public ::testing::Test {
-  protected:
-    void SetUp() override { ClearLines(); }
-    void TearDown() override { ClearLines(); }
-    static void Push(const std::string& line) {
-        ASSERT_EQ(PushLine(line.data(), static_cast<uint32_t>(line.size())), 1);
-    }
-};
-
-// The reader takes the oldest whole line as it was queued, a zero byte
-// included (the reader decides what it means); with none queued it leaves
-// its argument alone.
-TEST_F(ReceiveQueueTest, LinesLeaveWholeInTheOrderTheyCame) {
-    const std::string binary("+IMGR: 1,\"a\0b\"\r\n", 16);
-    Push(binary);
-    Push("OK\r\n");
-    std::string line = "left over from the line before, longer than the next";
-    ASSERT_TRUE(TakeLineText(line));
-    EXPECT_EQ(line, binary);
-    ASSERT_TRUE(TakeLineText(line));
-    EXPECT_EQ(line, "OK\r\n");
-    EXPECT_EQ(HasLine(), 0);
-    Push("OK\r\n");
-    ClearLines();
-    EXPECT_FALSE(TakeLineText(line));
-    EXPECT_EQ(line, "OK\r\n");
-}
 
 TEST(PortDevices, DefaultsMappingsAndRefusals) {
     const struct {
