@@ -6,19 +6,7 @@ set -u
 velkport=$1
 phone=$2
 work=$(mktemp -d /tmp/velk-cli-programs-XXXXXX)
-phone_pid=
-failures=0
-
-finish() {
-    [ -n "$phone_pid" ] && kill "$phone_pid" 2>/dev/null && wait "$phone_pid" 2>/dev/null
-    rm -rf "$work"
-}
-trap finish EXIT
-
-fail() {
-    echo "FAIL: $*" >&2
-    failures=$((failures + 1))
-}
+source "$(dirname "$0")/cli_harness.sh"
 
 # Runs velkport; fails unless it exits with $1. Output in $work/out and err.
 expect_exit() {
@@ -27,25 +15,6 @@ expect_exit() {
     "$velkport" "$@" >"$work/out" 2>"$work/err"
     local got=$?
     [ "$got" -eq "$want" ] || fail "velkport $* exited $got, not $want: $(cat "$work/err")"
-}
-
-# Starts velkport-phone with the given options; its device lands in $device.
-start_phone() {
-    "$phone" "$@" >"$work/phone-out" 2>"$work/phone-err" &
-    phone_pid=$!
-    device=
-    for _ in $(seq 100); do
-        device=$(head -n 1 "$work/phone-out" 2>/dev/null)
-        [ -n "$device" ] && return 0
-        sleep 0.05
-    done
-    fail "velkport-phone $* printed no device: $(cat "$work/phone-err")"
-    exit 1
-}
-
-stop_phone() {
-    kill "$phone_pid" && wait "$phone_pid"
-    phone_pid=
 }
 
 # An image from the built-in phone, written below to the phone in another process.

@@ -8,19 +8,7 @@ source_dir=$1
 velkport=$2
 phone=$3
 work=$(mktemp -d /tmp/velk-first-hour-XXXXXX)
-phone_pid=
-failures=0
-
-finish() {
-    [ -n "$phone_pid" ] && kill "$phone_pid" 2>/dev/null && wait "$phone_pid" 2>/dev/null
-    rm -rf "$work"
-}
-trap finish EXIT
-
-fail() {
-    echo "FAIL: $*" >&2
-    failures=$((failures + 1))
-}
+source "$(dirname "$0")/cli_harness.sh"
 
 # expect CODE SENTENCE ARGS...: velkport ARGS must exit with CODE and say
 # SENTENCE, a whole line of standard error (empty: say nothing in
@@ -33,25 +21,6 @@ expect() {
     [ "$got" -eq "$want" ] || fail "velkport $* exited $got, not $want: $(cat "$work/err")"
     [ -z "$sentence" ] || grep -qxF -- "$sentence" "$work/err" ||
         fail "velkport $* did not say: $sentence; it said: $(cat "$work/err")"
-}
-
-# Starts velkport-phone with the given options; its device lands in $device.
-start_phone() {
-    "$phone" "$@" >"$work/phone-out" 2>"$work/phone-err" &
-    phone_pid=$!
-    device=
-    for _ in $(seq 100); do
-        device=$(head -n 1 "$work/phone-out" 2>/dev/null)
-        [ -n "$device" ] && return 0
-        sleep 0.05
-    done
-    fail "velkport-phone $* printed no device: $(cat "$work/phone-err")"
-    exit 1
-}
-
-stop_phone() {
-    kill "$phone_pid" && wait "$phone_pid"
-    phone_pid=
 }
 
 # Waits up to 5 s for FILE to hold TEXT.
