@@ -329,6 +329,7 @@ VELK_API int velk_RunCommandWithBody(const char* text, const char* body);
  * The ends of the commands (OK, the time-out) are not among them; the
  * phone's error line is, as its ResultError, and so is a report on a line
  * the library could not read, which ends no command. Notices are not. 1;
+ * At most 65536 blocks; a phone that sends more has the rest dropped.
  * 0 when `json` is NULL, an operation runs, or the latest operation was no
  * run of commands or ended before its first command (1140). The text
  * belongs to the library and lives until the next operation starts or the

@@ -9,6 +9,7 @@
 // Notices are no results of a command: they go to the notice store, when
 // the application has notices on, whatever operation runs.
 #include <cstring>
+#include <new>
 
 #include "client/last_failure.h"
 #include "client/notice_store.h"
@@ -21,6 +22,10 @@
 
 namespace velk {
 namespace {
+
+// A phone that streams lines for ever must not fill the memory: past this
+// many blocks in one run the rest are dropped.
+constexpr std::size_t kMostResults = 65536;
 
 // The live link reads messages by the worker's selectors as they start.
 const uint32_t kReadForm = ReplySelectors{}.messageReadForm;
@@ -107,7 +112,7 @@ void CATTransferThread::OnRunResult(const ATCommandBlock& block, uint32_t messag
         default:
             break;
     }
-    runResults.push_back(ResultJson(block, runNext));
+    if (runResults.size() < kMostResults) runResults.push_back(ResultJson(block, runNext));
     if (message != kFinalErrorMessage) return;
     const char* text = block.result.error.message;
     FailureCause cause =
