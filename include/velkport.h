@@ -315,9 +315,9 @@ VELK_API int velk_RunCommand(const char* text);
 
 /* AT+CMGS= or AT+CMGW= in text mode (after AT+CMGF=1), the message text
  * `body` sent after the phone's "> " prompt and ended by Ctrl-Z; then as
- * velk_RunCommand. Also 0 with VELK_ERR_MESSAGE_BODY when `text` is another
- * command, or `body` is longer than 1024 bytes or holds a Ctrl-Z or an Esc;
- * 0 with VELK_ERR_COMMAND_LIST when `body` is NULL.
+ * velk_RunCommand. Also 0 with VELK_ERR_COMMAND_TEXT when `text` is another
+ * command, with VELK_ERR_MESSAGE_BODY when `body` is longer than 1024 bytes
+ * or holds a Ctrl-Z or an Esc, with VELK_ERR_COMMAND_LIST when it is NULL.
  * Since 1.1.0. Any thread; `body` is copied before the call returns. */
 VELK_API int velk_RunCommandWithBody(const char* text, const char* body);
 
@@ -325,13 +325,13 @@ VELK_API int velk_RunCommandWithBody(const char* text, const char* body);
  * every block the commands drew, in the order they came, each the object
  * that "velkport decode" prints with "command", the place of its command in
  * the list from 0, as its first key:
- *   [{"command":0,"resultId":9,"form":"ResultSignalQuality",...},...]
+ *   [{"command":0,"resultId":9,"form":"ResultSignal",...},...]
  * The ends of the commands (OK, the time-out) are not among them; the
  * phone's error line is, as its ResultError, and so is a report on a line
- * the library could not read, which ends no command. Notices are not. 1;
- * At most 65536 blocks; a phone that sends more has the rest dropped.
+ * the library could not read, which ends no command. Notices are not. At
+ * most 65536 blocks; a phone that sends more has the rest dropped. 1;
  * 0 when `json` is NULL, an operation runs, or the latest operation was no
- * run of commands or ended before its first command (1140). The text
+ * run of commands or ended in its opening (1140, or 1139 there). The text
  * belongs to the library and lives until the next operation starts or the
  * link ends.
  * Since 1.1.0. Any thread. */
@@ -350,7 +350,7 @@ VELK_API int velk_GetCommandResult(const char** json);
 VELK_API int velk_EnableNotices(int on);
 
 /* Hands over the notices kept, oldest first, and forgets them: at *json
- *   {"dropped":<n>,"notices":[{"resultId":56,"form":"ResultNewMessage",...},...]}
+ *   {"dropped":<n>,"notices":[{"resultId":56,"form":"ReportMessageStored",...},...]}
  * n the count of those dropped since the last call. 1; 0 when `json` is
  * NULL. The text belongs to the library and lives until the next call.
  * Since 1.1.0. Any thread, at any time. */
