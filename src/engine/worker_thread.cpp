@@ -267,7 +267,7 @@ void CATWorkerThread::ReadSolicitedLine() {
             break;
         }
         case LineRole::kError:
-            PostAs(kFinalErrorMessage, ErrorBlock(finalError.value_or(std::string())));
+            if (finalError) PostAs(kFinalErrorMessage, ErrorBlock(*finalError));
             commandArmed = 0;
             EndBody(false);
             sendState = kSendIdle;
