@@ -151,7 +151,14 @@ TEST_F(SimulatedPhoneTest, MessageSentToItselfArrivesAsANotice) {
     EXPECT_EQ(Notices(), "{\"dropped\":0,\"notices\":[]}");
 }
 
-class FakePhoneTest : public PhoneLinkTest {};
+class FakePhoneTest : public PhoneLinkTest {
+  protected:
+    // Notices are on for the process: the tests after these must not hear them.
+    void TearDown() override {
+        velk_EnableNotices(0);
+        PhoneLinkTest::TearDown();
+    }
+};
 
 // A line the library cannot read is one of the blocks and ends nothing; a
 // notice amid the reply is none of them.
