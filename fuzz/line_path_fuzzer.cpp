@@ -79,7 +79,12 @@ class LinePath {
         while (PeekThreadMessage(message)) {
             if (message.wParam != kResultParam || message.lParam == 0) std::abort();
             auto* block = BlockOf(message);
-            if (message.message != MessageForId(block->resultId)) std::abort();
+            // A notice and the phone's error line come under numbers of their own.
+            if (message.message != MessageForId(block->resultId) &&
+                !IsNoticeMessage(message.message) &&
+                !(message.message == kFinalErrorMessage && block->resultId == kResultError)) {
+                std::abort();
+            }
             FreeResultBlock(block);
         }
     }

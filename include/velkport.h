@@ -19,9 +19,10 @@
  *
  * Versions
  *
- *   Every function here came with 1.0.0, except velk_GetVersion and
- *   velk_GetLastError, which came with 1.1.0: an application that uses them
- *   needs libvelkport 1.1.0 or later.
+ *   Every function here came with 1.0.0, except those marked "Since 1.1.0"
+ *   (velk_GetVersion, velk_GetLastError, the run of catalogue commands and
+ *   the notices): an application that uses them needs libvelkport 1.1.0 or
+ *   later. So do the window messages 1147, 1148 and 1226.
  *
  * The window
  *
@@ -79,7 +80,7 @@
 extern "C" {
 #endif
 
-/* Window messages. Exactly one of 1133 to 1146 ends each operation that the
+/* Window messages. Exactly one of 1133 to 1148 ends each operation that the
  * library accepted, unless velk_CancelCurrentAction or velk_EndThread ended
  * it first. */
 #define VELK_MSG_MID_INFO_REFUSED 1133   /* the phone refused the tone information read */
@@ -100,6 +101,19 @@ extern "C" {
  * they are no reliable count of frames. */
 #define VELK_MSG_ANIM_WRITE_PROGRESS 1224 /* the last chunk of one frame is about to go out */
 #define VELK_MSG_ANIM_READ_PROGRESS 1225  /* one frame read, the next one asked for */
+/* The end of a run of catalogue commands (velk_RunCommands). Since 1.1.0. */
+#define VELK_MSG_COMMAND_DONE 1147    /* every command ended with OK */
+#define VELK_MSG_COMMAND_REFUSED 1148 /* the phone answered a command with an error */
+/* Notices wait for velk_GetNotices; only after velk_EnableNotices(1), and
+ * one try, like the progress messages. Since 1.1.0. */
+#define VELK_MSG_NOTICE 1226
+
+/* The numbers velk_GetLastError gives a run of commands that was refused
+ * before it started. Since 1.1.0. */
+#define VELK_ERR_COMMAND_TEXT (-2) /* a text fits no command of the catalogue */
+#define VELK_ERR_COMMAND_LIST (-3) /* no list, a NULL text, a count out of 1..64 */
+#define VELK_ERR_MESSAGE_BODY (-4) /* the message text cannot be sent */
+#define VELK_ERR_LINK_BUSY (-5)    /* no link stands, or another operation runs */
 
 /* A writable file descriptor owned by the application (see "The window"). */
 typedef int VelkWindow;
@@ -261,6 +275,9 @@ VELK_API const char* velk_GetVersion(void);
  *           was lost (1139), its answer could not be read, or it lists no
  *           such image (1142, 1146). The text is a sentence.
  *
+ * After 1148, and after a run of commands refused with 0 (-2 to -5, the
+ * VELK_ERR_ numbers): see velk_RunCommands.
+ *
  * With no failure since the last start or request: 0 and "".
  *
  * The cause is recorded before the window message that ends the operation
@@ -269,6 +286,75 @@ VELK_API const char* velk_GetVersion(void);
  * unchanged until then.
  * Since 1.1.0. Any thread, at any time; it never waits for the phone. */
 VELK_API int velk_GetLastError(const char** text);
+
+/* Runs `count` (1 to 64) catalogue commands as one operation: the opening
+ * (AT, ATE0) as for every operation, then each command in order, each to
+ * its final answer, stopping at the first the phone refuses. Each text is
+ * written as a user writes it: "AT+CSQ", "AT+CPBR=1,10", "AT+CPBS=\"SM\"";
+ * where several commands share a text the lowest id is taken, and "#<id> "
+ * in front names one ("#61 AT+CMGR=3"). Ends with 1147 when every command
+ * ended with OK, 1148 when the phone answered one with an error line, 1140
+ * or 1139; velk_GetCommandResult may follow any of 1147, 1148 and 1139.
+ *
+ * 0, with nothing sent, when a text fits no command or its parameters, is
+ * AT+CMGS= or AT+CMGW= (see velk_RunCommandWithBody), when `texts` or a
+ * text is NULL or `count` is out of range, when no link stands or another
+ * operation runs; velk_GetLastError then gives VELK_ERR_COMMAND_TEXT,
+ * VELK_ERR_COMMAND_LIST or VELK_ERR_LINK_BUSY and a sentence, for a text
+ * "command <n> \"<text>\": " and why, n counted from 0.
+ *
+ * After 1148, velk_GetLastError gives the number of the phone's error line
+ * as after 1133, and the text "command <n>: " before the phone's line:
+ * "command 1: +CME ERROR: 21". After 1139 it says which command went
+ * unanswered.
+ * Since 1.1.0. Any thread; the texts are read before the call returns. */
+VELK_API int velk_RunCommands(const char* const* texts, int count);
+
+/* velk_RunCommands of one text. Since 1.1.0. */
+VELK_API int velk_RunCommand(const char* text);
+
+/* AT+CMGS= or AT+CMGW= in text mode (after AT+CMGF=1), the message text
+ * `body` sent after the phone's "> " prompt and ended by Ctrl-Z; then as
+ * velk_RunCommand. Also 0 with VELK_ERR_COMMAND_TEXT when `text` is another
+ * command, with VELK_ERR_MESSAGE_BODY when `body` is longer than 1024 bytes
+ * or holds a Ctrl-Z or an Esc, with VELK_ERR_COMMAND_LIST when it is NULL.
+ * Since 1.1.0. Any thread; `body` is copied before the call returns. */
+VELK_API int velk_RunCommandWithBody(const char* text, const char* body);
+
+/* After 1147, 1148 or 1139 of a run of commands: at *json a JSON array of
+ * every block the commands drew, in the order they came, each the object
+ * that "velkport decode" prints with "command", the place of its command in
+ * the list from 0, as its first key:
+ *   [{"command":0,"resultId":9,"form":"ResultSignal",...},...]
+ * The ends of the commands (OK, the time-out) are not among them; the
+ * phone's error line is, as its ResultError, and so is a report on a line
+ * the library could not read, which ends no command. Notices are not. At
+ * most 65536 blocks; a phone that sends more has the rest dropped. 1;
+ * 0 when `json` is NULL, an operation runs, or the latest operation was no
+ * run of commands or ended in its opening (1140, or 1139 there). The text
+ * belongs to the library and lives until the next operation starts or the
+ * link ends.
+ * Since 1.1.0. Any thread. */
+VELK_API int velk_GetCommandResult(const char** json);
+
+/* Notices are the lines the phone sends of its own accord that the library
+ * decodes: a new message (+CMTI, +CMT), the network registration (+CREG),
+ * the signal, the battery, a ring... They are off by default: then nothing
+ * of them reaches the application. With `on` non-zero each is kept, as the
+ * object "velkport decode" prints, at most 256 (the oldest dropped and
+ * counted), and announced with 1226: once for all that came since the last
+ * velk_GetNotices, tried again with the next notice when the window was
+ * full. Off forgets what is kept. The choice holds for the process, across
+ * links, with or without one. 1.
+ * Since 1.1.0. Any thread. */
+VELK_API int velk_EnableNotices(int on);
+
+/* Hands over the notices kept, oldest first, and forgets them: at *json
+ *   {"dropped":<n>,"notices":[{"resultId":56,"form":"ReportMessageStored",...},...]}
+ * n the count of those dropped since the last call. 1; 0 when `json` is
+ * NULL. The text belongs to the library and lives until the next call.
+ * Since 1.1.0. Any thread, at any time. */
+VELK_API int velk_GetNotices(const char** json);
 
 #ifdef __cplusplus
 }

@@ -12,7 +12,9 @@
 #include <mutex>
 #include <shared_mutex>
 
+#include "client/command_list.h"
 #include "client/last_failure.h"
+#include "client/notice_store.h"
 #include "client/transfer_thread.h"
 #include "platform/window_sink.h"
 #include "serial/port_devices.h"
@@ -41,6 +43,12 @@ WindowSink& ClientWindow() {
     return *sink;
 }
 
+// One store for the process: whether notices are on outlives a link.
+NoticeStore& ClientNotices() {
+    static NoticeStore* store = new NoticeStore();
+    return *store;
+}
+
 template <typename Call>
 int32_t Guarded(Call call) {
     try {
@@ -63,7 +71,7 @@ int32_t WithLink(Call call) {
 // With the lifecycle lock held. A start that fails records why.
 bool TryStartLink(uint8_t port, uint32_t baudRate, int32_t softwareFlow) {
     ClientWindow().Rearm();
-    auto link = std::make_unique<CATTransferThread>(ClientWindow());
+    auto link = std::make_unique<CATTransferThread>(ClientWindow(), &ClientNotices());
     if (!link->CreateThread()) {
         RecordLastFailure(EAGAIN, kNoThreadText);
         return false;
@@ -110,6 +118,28 @@ void EndLink(bool keepWindow) {
         delete link;
     }
     if (!keepWindow) ClientWindow().Close();
+}
+
+// A run of `texts`, the one text with `body` when that is not null. A refusal
+// is told through velk_GetLastError.
+int32_t RunCommands(const char* const* texts, int count, const char* body) {
+    return Guarded([&]() -> int32_t {
+        CommandList commands;
+        std::optional<FailureCause> refusal =
+            ReadCommandList(texts, count, body != nullptr, commands);
+        if (!refusal && body != nullptr) refusal = AttachBody(*commands.front(), body);
+        FailureCause busy = CauseOfBusyLink();
+        if (!refusal) {
+            std::shared_lock<std::shared_mutex> guard(g_linkGuard);
+            if (g_bThreadStarted.load() && g_pTransferThread &&
+                g_pTransferThread->RequestCommands(std::move(commands), busy)) {
+                return 1;
+            }
+            refusal = busy;
+        }
+        RecordLastFailure(*refusal);
+        return 0;
+    });
 }
 
 bool LinkStands() {
@@ -221,6 +251,41 @@ VELK_API const char* velk_GetVersion(void) {
 
 VELK_API int velk_GetLastError(const char** text) {
     return velk::LastFailure(text);
+}
+
+VELK_API int velk_RunCommands(const char* const* texts, int count) {
+    return velk::RunCommands(texts, count, nullptr);
+}
+
+VELK_API int velk_RunCommand(const char* text) {
+    return velk::RunCommands(&text, 1, nullptr);
+}
+
+VELK_API int velk_RunCommandWithBody(const char* text, const char* body) {
+    if (body == nullptr) {
+        velk::RecordLastFailure(velk::kListRefused, "the message text is NULL");
+        return 0;
+    }
+    return velk::RunCommands(&text, 1, body);
+}
+
+VELK_API int velk_GetCommandResult(const char** json) {
+    return velk::WithLink([&](CATTransferThread& link) { return link.FetchCommandResult(json); });
+}
+
+VELK_API int velk_EnableNotices(int on) {
+    return velk::Guarded([&]() -> int32_t {
+        velk::ClientNotices().Enable(on != 0);
+        return 1;
+    });
+}
+
+VELK_API int velk_GetNotices(const char** json) {
+    return velk::Guarded([&]() -> int32_t {
+        if (json == nullptr) return 0;
+        *json = velk::ClientNotices().Take();
+        return 1;
+    });
 }
 
 }  // extern "C"

@@ -6,6 +6,7 @@
 #include "client/last_failure.h"
 #include "engine/message_numbers.h"
 #include "engine/thread_ids.h"
+#include "engine/worker_thread.h"
 #include "platform/tick_clock.h"
 #include "platform/window_sink.h"
 
@@ -46,6 +47,7 @@ const CATTransferThread::RequestRow CATTransferThread::kRequestRows[] = {
     {kMsgSendImageChunk, nullptr, &CATTransferThread::ImageChunkStep},
     {kMsgSendImageInfo, nullptr, &CATTransferThread::SendImageInfo},
     {kMsgSendImageRead, nullptr, &CATTransferThread::SendImageRead},
+    {kMsgRunCommands, &CATTransferThread::OnRequestRunCommands, nullptr},
 };
 
 const CATTransferThread::OkRow CATTransferThread::kOkRows[] = {
@@ -90,7 +92,7 @@ ATCommandBlock* ResultBlockOf(const ThreadMessage& message) {
 
 bool IsOperationRequest(uint32_t message) {
     for (uint32_t request : {kMsgReadMid, kMsgReadMidInfo, kMsgReadAnimInfo, kMsgWriteAnimFrames,
-                             kMsgReadAnimFrames, kMsgWriteMid}) {
+                             kMsgReadAnimFrames, kMsgWriteMid, kMsgRunCommands}) {
         if (message == request) return true;
     }
     return false;
@@ -102,7 +104,8 @@ void DisposeLeftover(const ThreadMessage& message) {
 
 }  // namespace
 
-CATTransferThread::CATTransferThread(WindowSink& window) : window_(window) {}
+CATTransferThread::CATTransferThread(WindowSink& window, NoticeStore* notices)
+    : window_(window), notices_(notices) {}
 
 CATTransferThread::~CATTransferThread() {
     if (thread_.joinable()) thread_.join();
@@ -130,7 +133,12 @@ void CATTransferThread::Dispatch(const ThreadMessage& message) {
     ATCommandBlock* block = ResultBlockOf(message);
     try {
         if (message.wParam == kRequestParam) HandleRequest(message);
-        if (block) HandleResult(block);
+        if (block && IsNoticeMessage(message.message)) KeepNotice(*block, message.message);
+        if (block && runInFlight) {
+            OnRunResult(*block, message.message);
+        } else if (block) {
+            HandleResult(block);
+        }
     } catch (...) {
         // Memory ran out in the middle of a step: the operation cannot go on,
         // but it still ends with a message, and the thread goes on serving.
@@ -253,6 +261,7 @@ bool CATTransferThread::OpenWith(int32_t state) {
         transferState = state;
         readyFlag = 0;
         resultFlag = 0;
+        commandResultReady = false;
     }
     SendAttention();
     return true;
@@ -263,6 +272,7 @@ void CATTransferThread::EndOperation(int32_t resultFlagAfter) {
     // An image transfer whose information step failed must not resume with
     // the next information read.
     if (resultFlagAfter == 0) image.followUpAction = kFollowUpNone;
+    runInFlight = false;
     transferState = kStateIdle;
     readyFlag = 1;
     resultFlag = resultFlagAfter;
@@ -380,6 +390,7 @@ void CATTransferThread::OnEchoOffOk() {
         state = transferState;
     }
     if (state >= 0 && state < kStateIdle) PostToSelf(kAfterOpening[state]);
+    if (state == kStateCommands) SendRunCommand();
 }
 
 void CATTransferThread::OnCommandTimeout() {

@@ -22,7 +22,9 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
+#include "client/command_list.h"
 #include "client/failure_causes.h"
 #include "client/image_transfer.h"
 #include "client/tone_transfer.h"
@@ -34,6 +36,7 @@
 namespace velk {
 
 class WindowSink;
+class NoticeStore;
 
 // Values of `transferState`.
 enum TransferState : int32_t {
@@ -44,6 +47,7 @@ enum TransferState : int32_t {
     kStateImageRead = 4,
     kStateImageInfo = 5,
     kStateIdle = 6,
+    kStateCommands = 7,  // velk_RunCommands
 };
 
 // Thread messages to the transfer thread (wParam 0).
@@ -61,6 +65,7 @@ inline constexpr uint32_t kMsgSendToneInfo = 1587;
 inline constexpr uint32_t kMsgSendImageChunk = 1588;
 inline constexpr uint32_t kMsgSendImageInfo = 1589;
 inline constexpr uint32_t kMsgSendImageRead = 1590;
+inline constexpr uint32_t kMsgRunCommands = 1591;
 
 // How long the opening waits for anything more after the phone answered AT or
 // ATE0 with an error text other than "ERROR", on the tick clock.
@@ -68,14 +73,10 @@ inline constexpr uint32_t kOpeningSilenceMs = 10000;
 // AT is sent at most this often before a time-out ends the operation.
 inline constexpr int32_t kAttentionTries = 3;
 
-struct CommandBlockFree {
-    void operator()(ATCommandBlock* block) const { FreeCommandBlock(block); }
-};
-using CommandBlockPtr = std::unique_ptr<ATCommandBlock, CommandBlockFree>;
-
 class CATTransferThread {
   public:
-    explicit CATTransferThread(WindowSink& window);
+    // `notices`, when given, keeps the notices of the link (notice_store.h).
+    explicit CATTransferThread(WindowSink& window, NoticeStore* notices = nullptr);
     // The thread must have ended (StopWorkerLink) or never have started.
     ~CATTransferThread();
     CATTransferThread(const CATTransferThread&) = delete;
@@ -98,6 +99,9 @@ class CATTransferThread {
     int RequestAnimInfo();
     int RequestAnim(uint8_t id);
     int RequestAnimWrite(const AnimRecord& record);
+    // Takes the blocks of ReadCommandList; `refusal` gets why when it answers 0.
+    int RequestCommands(CommandList commands, FailureCause& refusal);
+    int FetchCommandResult(const char** json);
     int FetchMidInfo(MidInfoRecord** info);
     int FetchMidData(MidRecord** record);
     int FetchAnimInfo(AnimInfoRecord** info);
@@ -148,6 +152,13 @@ class CATTransferThread {
     void OnAttentionOk();
     void OnEchoOffOk();
 
+    // A list of commands (command_run.cpp).
+    void OnRequestRunCommands(const ThreadMessage& message);
+    void SendRunCommand();
+    void OnRunResult(const ATCommandBlock& block, uint32_t message);
+    void EndRun(uint32_t windowMessage, const FailureCause* cause);
+    void KeepNotice(const ATCommandBlock& block, uint32_t message);
+
     // Ring tones (tone_transfers.cpp).
     void OnRequestReadMidInfo(const ThreadMessage& message);
     void OnRequestReadMid(const ThreadMessage& message);
@@ -179,6 +190,7 @@ class CATTransferThread {
     void ReleaseAnimRead();
 
     WindowSink& window_;
+    NoticeStore* notices_;
     std::thread thread_;
     ManualEvent queueReady_;
     ThreadId threadId_ = kNoThread;
@@ -196,6 +208,11 @@ class CATTransferThread {
     // operation runs.
     ToneTransfer tone;
     ImageTransfer image;
+    // The commands of the next run, and the JSON array of the last one,
+    // which the client may read while readyFlag and commandResultReady stand.
+    CommandList runRequested;
+    std::string commandResult;
+    bool commandResultReady = false;
 
     // Link parameters, set before the thread takes messages.
     uint8_t portNumber = 1;
@@ -212,6 +229,12 @@ class CATTransferThread {
     uint32_t openingSilenceSince = 0;
     std::string openingRefusal;  // the phone's answer that armed the wait
     LookHabit resultWait;        // whether results come fast enough to look for
+    // The run of commands: its blocks, the place of the one in flight, true
+    // from its first command to its end, and the JSON of its results.
+    CommandList runCommands;
+    std::size_t runNext = 0;
+    bool runInFlight = false;
+    std::vector<std::string> runResults;
 };
 
 }  // namespace velk

@@ -58,6 +58,24 @@ void Post(ResultBlockPtr block) {
     if (block) PostResultBlock(block.release(), kPostRetryPauseMs);
 }
 
+// The same under a message number of its own, which tells the transfer
+// thread what the block is beyond its result id.
+void PostAs(uint32_t message, ResultBlockPtr block) {
+    if (!block) return;
+    ATCommandBlock* raw = block.release();
+    const std::size_t lost =
+        PostUntilTaken(controllerThreadId, message, kResultParam, reinterpret_cast<intptr_t>(raw),
+                       1, PostRetry{kPostRetryPauseMs});
+    if (lost != 0) FreeResultBlock(raw);
+}
+
+uint32_t NoticeMessage(std::string_view head) {
+    for (std::size_t i = 0; i < std::size(kNoticeFormHeads); ++i) {
+        if (head == kNoticeFormHeads[i]) return kNoticeMessage + 1 + static_cast<uint32_t>(i);
+    }
+    return kNoticeMessage;
+}
+
 }  // namespace
 
 CATWorkerThread::CATWorkerThread() : CATWorkerThread(Setup{}) {}
@@ -218,6 +236,13 @@ void CATWorkerThread::ReadSolicitedLine() {
         EndBody(false);
     }
     if (line.serviceReplyKind) selectors.serviceReplyKind = *line.serviceReplyKind;
+    // The phone's error line is the last report of its line; it alone ends
+    // the command, and says so by its message number.
+    std::optional<std::string> finalError;
+    if (line.role == LineRole::kError && !line.reports.empty()) {
+        finalError = std::move(line.reports.back());
+        line.reports.pop_back();
+    }
     PostReports(line.reports);
     switch (line.role) {
         case LineRole::kInformation: {
@@ -242,7 +267,7 @@ void CATWorkerThread::ReadSolicitedLine() {
             break;
         }
         case LineRole::kError:
-            // Its ResultError went out with the reports.
+            if (finalError) PostAs(kFinalErrorMessage, ErrorBlock(*finalError));
             commandArmed = 0;
             EndBody(false);
             sendState = kSendIdle;
@@ -288,7 +313,7 @@ void CATWorkerThread::PostReports(const LineReports& reports) {
 
 void CATWorkerThread::PostNotice(std::string&& head) {
     replyText = std::move(head);
-    Post(DecodeUnsolicitedResult(replyText, lineRecord_));
+    PostAs(NoticeMessage(replyText), DecodeUnsolicitedResult(replyText, lineRecord_));
 }
 
 void CATWorkerThread::EndThread() {

@@ -12,6 +12,14 @@
 // or error line, then ResultDone after "OK" or ResultTimedOut after more than
 // kCommandTimeoutMs without a line from the phone.
 //
+// Two kinds of block come under message numbers of their own, wParam still
+// kResultParam: the ResultError of the phone's error line, which ends the
+// command (kFinalErrorMessage; a report on a line the matcher refused keeps
+// 1224 + 3 and ends nothing by itself), and every notice, a block of the
+// unsolicited decoder (kNoticeMessage, or kNoticeMessage + 1 + n when it was
+// decoded by kNoticeFormHeads[n], the heads whose result id prints by another
+// form).
+//
 // AT+CMGS= and AT+CMGW= (SendsBodyAfterPrompt) send a message text, in text
 // mode (AT+CMGF=1) as the phone's character set has it: the block carries it
 // (SetMessageBody, command_block.h). The command line goes out, the phone
@@ -26,9 +34,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "engine/command_block.h"
@@ -49,6 +59,19 @@ enum : uint32_t {
     kSendBuilt = 1,    // text built, not yet sent
     kSendWaiting = 2,  // sent, waiting for the final reply
 };
+
+inline constexpr uint32_t kFinalErrorMessage = 4096;
+inline constexpr uint32_t kNoticeMessage = 4097;
+inline constexpr std::string_view kNoticeFormHeads[] = {"+CMS ERROR"};
+inline constexpr bool IsNoticeMessage(uint32_t message) {
+    return message >= kNoticeMessage && message <= kNoticeMessage + std::size(kNoticeFormHeads);
+}
+// The head a notice's JSON form is chosen by; empty for any other head.
+inline constexpr std::string_view NoticeFormHead(uint32_t message) {
+    return message > kNoticeMessage && IsNoticeMessage(message)
+               ? kNoticeFormHeads[message - kNoticeMessage - 1]
+               : std::string_view();
+}
 
 // One lapse for every command: more than 10000 ms without a line.
 inline constexpr uint32_t kCommandTimeoutMs = 10000;

@@ -1,5 +1,5 @@
 # Lists the dynamic symbols that libvelkport.so defines and fails unless they
-# are exactly the sixteen velk_ functions, each in the version node of the
+# are exactly the velk_ functions of the header, each in the version node of the
 # release that added it: no C++ symbol, no instantiation of the standard
 # library, nothing of the internal layers.
 execute_process(COMMAND nm -D --defined-only ${LIBRARY}
@@ -29,7 +29,8 @@ foreach(name BeginThread CancelCurrentAction EndThread GetAnimData GetAnimInfo G
         GetMidInfo ReadAnim ReadAnimInfo ReadMid ReadMidInfo SetPortDevice WriteAnim WriteMid)
   list(APPEND expected velk_${name}@@VELKPORT_1)
 endforeach()
-foreach(name GetLastError GetVersion)
+foreach(name EnableNotices GetCommandResult GetLastError GetNotices GetVersion RunCommand
+        RunCommandWithBody RunCommands)
   list(APPEND expected velk_${name}@@VELKPORT_1.1)
 endforeach()
 list(SORT expected)

@@ -50,6 +50,7 @@ int main(void) {
     int32_t (*setDevice)(uint8_t, const char*) = velk_SetPortDevice;
     const char* (*version)(void) = velk_GetVersion;
     int (*lastError)(const char**) = velk_GetLastError;
+    int (*runCommands)(const char* const*, int) = velk_RunCommands;
     return begin == 0 || writeMid == 0 || writeAnim == 0 || getAnimInfo == 0 || setDevice == 0 ||
-           version == 0 || lastError == 0;
+           version == 0 || lastError == 0 || runCommands == 0;
 }

@@ -131,7 +131,8 @@ inline bool Eventually(const std::function<bool()>& condition, int timeoutMs = 3
 
 // Whether `message` ends an operation.
 inline bool IsFinal(uint32_t message) {
-    return message >= VELK_MSG_MID_INFO_REFUSED && message <= VELK_MSG_ANIM_READ_REFUSED;
+    return (message >= VELK_MSG_MID_INFO_REFUSED && message <= VELK_MSG_ANIM_READ_REFUSED) ||
+           message == VELK_MSG_COMMAND_DONE || message == VELK_MSG_COMMAND_REFUSED;
 }
 
 template <typename Call>

@@ -14,8 +14,13 @@ const struct {
     const char* name;
     int32_t (*call)();
 } kRequests[] = {
-    {"ReadMidInfo", velk_ReadMidInfo},   {"ReadMid", ReadTone},   {"WriteMid", WriteTone},
-    {"ReadAnimInfo", velk_ReadAnimInfo}, {"ReadAnim", ReadImage}, {"WriteAnim", WriteImage},
+    {"ReadMidInfo", velk_ReadMidInfo},
+    {"ReadMid", ReadTone},
+    {"WriteMid", WriteTone},
+    {"ReadAnimInfo", velk_ReadAnimInfo},
+    {"ReadAnim", ReadImage},
+    {"WriteAnim", WriteImage},
+    {"RunCommand", [] { return velk_RunCommand("AT+CSQ"); }},
 };
 
 const struct {
@@ -27,6 +32,10 @@ const struct {
     {"GetAnimInfo",
      [](void** o) { return velk_GetAnimInfo(reinterpret_cast<AnimInfoRecord**>(o)); }},
     {"GetAnimData", [](void** o) { return velk_GetAnimData(reinterpret_cast<AnimRecord**>(o)); }},
+    {"GetCommandResult",
+     [](void** o) {
+         return velk_GetCommandResult(static_cast<const char**>(static_cast<void*>(o)));
+     }},
 };
 
 // Every fetch refuses and leaves its out-parameter as it was.

@@ -10,34 +10,37 @@ namespace velk::test {
 namespace {
 
 // Lines a phone may send, good ones among them, so that operations get far.
-const char* const kLines[] = {"OK",
-                              "OK",
-                              "ERROR",
-                              "+CME ERROR: 5",
-                              "+CMS ERROR: 300",
-                              "RING",
-                              "NO CARRIER",
-                              "+CMTI: \"SM\",1",
-                              "",
-                              "\"unterminated",
-                              "+RNGI: \"Tones\",1,2,3",
-                              "+RNGI: \"ThisNameIsFarTooLongForTheField\",65535,99999999999,-1",
-                              "+RNGI:",
-                              "+RNGR: 1,\"n\",255,1,3,,\"abc\",1",
-                              "+RNGR: 1,\"n\",1,3,200,200,\"abc\",1",
-                              "+RNGR: 1,\"n\",7,3,,,\"def\",1",
-                              "+RNGR: ,,,,,,,",
-                              "+RNGR: 1,\"n\",255",
-                              "+IMGINF: \"P\",1,2,3,4,5,2,0",
-                              "+IMGINF: \"P\",1,2,3,4,5,65535,255,0,0",
-                              "+IMGINF: \"P\"",
-                              "+IMGR: 0,\"n\",1,1,0,7,\"250310\",\"6040abc\",1",
-                              "+IMGR: 0,\"n\",1,1,0,7,\"2503\",\"6040abc\",1",
-                              "+IMGR: 1,\"n\",2,2,,,,\"x\",1",
-                              "+IMGR: 0,\"n\",1",
-                              "+UNKNOWN: 1,2,3",
-                              "AT+RNGI",
-                              "CONNECT"};
+const char* const kLines[] = {
+    "OK",
+    "OK",
+    "ERROR",
+    "+CME ERROR: 5",
+    "+CMS ERROR: 300",
+    "RING",
+    "NO CARRIER",
+    "+CMTI: \"SM\",1",
+    "",
+    "\"unterminated",
+    "+RNGI: \"Tones\",1,2,3",
+    "+RNGI: \"ThisNameIsFarTooLongForTheField\",65535,99999999999,-1",
+    "+RNGI:",
+    "+RNGR: 1,\"n\",255,1,3,,\"abc\",1",
+    "+RNGR: 1,\"n\",1,3,200,200,\"abc\",1",
+    "+RNGR: 1,\"n\",7,3,,,\"def\",1",
+    "+RNGR: ,,,,,,,",
+    "+RNGR: 1,\"n\",255",
+    "+IMGINF: \"P\",1,2,3,4,5,2,0",
+    "+IMGINF: \"P\",1,2,3,4,5,65535,255,0,0",
+    "+IMGINF: \"P\"",
+    "+IMGR: 0,\"n\",1,1,0,7,\"250310\",\"6040abc\",1",
+    "+IMGR: 0,\"n\",1,1,0,7,\"2503\",\"6040abc\",1",
+    "+IMGR: 1,\"n\",2,2,,,,\"x\",1",
+    "+IMGR: 0,\"n\",1",
+    "+UNKNOWN: 1,2,3",
+    "AT+RNGI",
+    "+CSQ: 99",
+    "+CPBR: 1,\"1\",129,\"ThisNameIsFarTooLongForAnyFieldOfTheFormToHoldItAtAll\"",
+    "CONNECT"};
 
 class HostilePhoneTest : public PhoneLinkTest {
   protected:
@@ -73,8 +76,13 @@ TEST_F(HostilePhoneTest, EveryOperationEndsWithExactlyOneFinalMessage) {
             [&] { return velk_ReadMid(number); },
             [&] { return velk_ReadAnim(number); },
             [&] { return velk_WriteMid(ToneRecord(number, "Hi", tone)); },
-            [&] { return velk_WriteAnim(ImageRecord(number, "Px", frames)); }};
-        ASSERT_TRUE(Request(operations[pick() % 6])) << "the link takes the next operation";
+            [&] { return velk_WriteAnim(ImageRecord(number, "Px", frames)); },
+            [] {
+                const char* texts[] = {"AT+CSQ", "AT+CPBR=1,3"};
+                return velk_RunCommands(texts, 2);
+            }};
+        ASSERT_TRUE(Request(operations[pick() % std::size(operations)]))
+            << "the link takes the next operation";
         // A phone that says nothing more is given the command time, again and again.
         Messages seen;
         for (int rounds = 0; rounds < 600 && (seen.empty() || !IsFinal(seen.back())); ++rounds) {
@@ -92,6 +100,12 @@ TEST_F(HostilePhoneTest, EveryOperationEndsWithExactlyOneFinalMessage) {
                 << "message " << seen[m] << " before the final one";
         }
         EXPECT_TRUE(window.Quiet(5)) << "a second message after the final one";
+        const char* result = nullptr;
+        if (seen.back() == VELK_MSG_COMMAND_DONE || seen.back() == VELK_MSG_COMMAND_REFUSED) {
+            ASSERT_EQ(velk_GetCommandResult(&result), 1);
+            const std::string json = result;
+            EXPECT_TRUE(json.front() == '[' && json.back() == ']') << json;
+        }
     }
 }
 
