@@ -30,6 +30,7 @@ constexpr std::string_view kLibraryReports[] = {
     "animParam %s is not right",  // an image part whose parameter is not six digits
 };
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the text, then what it is tried against
 bool FitsPattern(std::string_view text, std::string_view pattern) {
     const std::size_t at = pattern.find("%s");
     const std::string_view head = pattern.substr(0, at);

@@ -187,10 +187,15 @@ constexpr FieldEntry kToneInfo[] = {
 };
 // +IMGINF: <name>,<n1>,<n2>,<n3>,<n4>,<n5>{,<frames>,<first frame>}
 constexpr FieldEntry kImageInfo[] = {
-    VELK_NAME(ResultImageInfo, infoName, nameLength), VELK_LENGTH(ResultImageInfo, nameLength),
-    VELK_BYTE(ResultImageInfo, infoNumber1),          VELK_BYTE(ResultImageInfo, infoNumber2),
-    VELK_BYTE(ResultImageInfo, infoNumber3),          VELK_BYTE(ResultImageInfo, infoNumber4),
-    VELK_BYTE(ResultImageInfo, infoNumber5),          VELK_WORDS(ResultImageInfo, frameRanges),
+    VELK_NAME(ResultImageInfo, infoName, nameLength),
+    VELK_LENGTH(ResultImageInfo, nameLength),
+    VELK_BYTE(ResultImageInfo, infoNumber1),
+    VELK_BYTE(ResultImageInfo, infoNumber2),
+    VELK_BYTE(ResultImageInfo, infoNumber3),
+    VELK_BYTE(ResultImageInfo, infoNumber4),
+    VELK_BYTE(ResultImageInfo, infoNumber5),
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): the field is the list's pointer
+    VELK_WORDS(ResultImageInfo, frameRanges),
 };
 // +LOGOINF: <name>,<n1>,<n2>,<n3>,<n4>
 constexpr FieldEntry kLogoInfo[] = {

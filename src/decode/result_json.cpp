@@ -65,7 +65,8 @@ void AppendValue(std::string& out, const unsigned char* payload, const FieldEntr
         }
         case FieldKind::kWordList: {
             const WordList* words = nullptr;
-            std::memcpy(&words, at, sizeof words);
+            // The field holds the list's pointer, which is what is copied.
+            std::memcpy(&words, at, sizeof words);  // NOLINT(bugprone-sizeof-expression)
             out += '[';
             if (words != nullptr) {
                 const char* comma = "";

@@ -203,6 +203,7 @@ constexpr bool Sends(int32_t id, std::string_view text) {
     const CommandRow* row = RowOf(id);
     return row != nullptr && row->text != nullptr && text == row->text;
 }
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): a command, then its result
 constexpr bool Gives(int32_t id, int32_t resultId) {
     const CommandRow* row = RowOf(id);
     return row != nullptr && row->decode.resultId == resultId;

@@ -180,6 +180,7 @@ ClassifiedLine MatchSolicited(std::string_view commandText, ReplyHeads heads, st
     return out;
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): pattern first, as printf
 void AddReport(LineReports& reports, std::string_view pattern, std::string_view text) {
     std::string& report = reports.emplace_back(pattern);
     const std::size_t at = report.find("%s");
