@@ -104,6 +104,7 @@ std::optional<std::string> FromUcs2(std::string_view hex) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the character set, then the text
 std::string ToLineText(std::string_view set, std::string_view utf8, bool quoted) {
     std::string out;
     for (const char32_t point : CodePoints(utf8)) {
@@ -122,6 +123,7 @@ std::string ToLineText(std::string_view set, std::string_view utf8, bool quoted)
     return out;
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the character set, then the text
 std::optional<std::string> FromLineText(std::string_view set, std::string_view text) {
     if (set == "UCS2") return FromUcs2(text);
     for (const char c : text) {
