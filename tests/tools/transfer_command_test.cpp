@@ -24,6 +24,7 @@
 #include "velkport/cleanup_command.h"
 #include "velkport/device_check.h"
 #include "velkport/device_holder.h"
+#include "velkport/json_fields.h"
 #include "velkport/json_text.h"
 #include "velkport/progress_bar.h"
 #include "velkport/transfer_arguments.h"
@@ -462,6 +463,30 @@ TEST_F(TransferCommand, SilentPhoneEndsWithFive) {
 }
 
 // --- The catalogue commands, the status and the notices.
+
+// The reader of the library's JSON: whole objects only, however the text is
+// cut, and the phone's bytes back from their escapes.
+TEST(JsonFields, ReadsWholeObjectsAndTheirBytes) {
+    struct Row {
+        std::string array;
+        std::size_t objects;
+        std::string firstText;  // the bytes of "text" in the first object
+    } rows[] = {
+        {R"([{"a":[1,{"b":"}"}],"text":"x\"y"},{"text":1}])", 2, "x\"y"},
+        {R"([{"text":"\u00e9\r\n"},{"text":"cut)", 1, "\xe9\r\n"},
+        {R"([{"text":"\u00e)", 0, ""},
+        {R"([{"text":[1,2})", 0, ""},
+        {"", 0, ""},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.array);
+        const std::vector<std::string_view> objects = JsonObjects(row.array);
+        ASSERT_EQ(objects.size(), row.objects);
+        if (!objects.empty()) {
+            EXPECT_EQ(JsonBytes(JsonField(objects[0], "text")), row.firstText);
+        }
+    }
+}
 
 TEST_F(TransferCommand, AtPrintsTheResultArrayAndEndsAsThePhoneDid) {
     phonesim::SimulatorOptions silent;
