@@ -7,12 +7,14 @@
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <future>
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "phone_sim/phone_simulator.h"
@@ -22,6 +24,7 @@
 #include "velkport/cleanup_command.h"
 #include "velkport/device_check.h"
 #include "velkport/device_holder.h"
+#include "velkport/json_fields.h"
 #include "velkport/json_text.h"
 #include "velkport/progress_bar.h"
 #include "velkport/transfer_arguments.h"
@@ -33,6 +36,7 @@ namespace velk::cli {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 namespace fs = std::filesystem;
 
 struct Ran {
@@ -417,8 +421,8 @@ TEST_F(TransferCommand, FailuresEndWithTheirExitCodeAndSentence) {
         EXPECT_EQ(ran.code, row.code);
         EXPECT_THAT(ran.err, HasSubstr("velkport " + std::string(row.command) + ": " + row.says));
     }
-    for (const char* command :
-         {"tones", "tone-get", "tone-put", "images", "image-get", "image-put"}) {
+    for (const char* command : {"tones", "tone-get", "tone-put", "images", "image-get", "image-put",
+                                "at", "status", "watch"}) {
         const Ran help = Velkport(command, {"--help"});
         EXPECT_EQ(help.code, kExitDone);
         EXPECT_THAT(help.out, HasSubstr(std::string("usage: velkport [LINK OPTIONS] ") + command));
@@ -455,6 +459,102 @@ TEST_F(TransferCommand, SilentPhoneEndsWithFive) {
         const Ran ran = VelkportOnTestClock("images", row.args, silent);
         EXPECT_EQ(ran.code, kExitNoAnswer);
         EXPECT_THAT(ran.err, HasSubstr(row.says));
+    }
+}
+
+// --- The catalogue commands, the status and the notices.
+
+// The reader of the library's JSON: whole objects only, however the text is
+// cut, and the phone's bytes back from their escapes.
+TEST(JsonFields, ReadsWholeObjectsAndTheirBytes) {
+    struct Row {
+        std::string array;
+        std::size_t objects;
+        std::string firstText;  // the bytes of "text" in the first object
+    } rows[] = {
+        {R"([{"a":[1,{"b":"}"}],"text":"x\"y"},{"text":1}])", 2, "x\"y"},
+        {R"([{"text":"\u00e9\r\n"},{"text":"cut)", 1, "\xe9\r\n"},
+        {R"([{"text":"\u00e)", 0, ""},
+        {R"([{"text":[1,2})", 0, ""},
+        {"", 0, ""},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.array);
+        const std::vector<std::string_view> objects = JsonObjects(row.array);
+        ASSERT_EQ(objects.size(), row.objects);
+        if (!objects.empty()) {
+            EXPECT_EQ(JsonBytes(JsonField(objects[0], "text")), row.firstText);
+        }
+    }
+}
+
+TEST_F(TransferCommand, AtPrintsTheResultArrayAndEndsAsThePhoneDid) {
+    phonesim::SimulatorOptions silent;
+    silent.silent = true;
+    struct Row {
+        std::vector<std::string> args;
+        const phonesim::SimulatorOptions& phone;
+        int code;
+        std::string out;  // a part of standard output
+        std::string err;  // a part of standard error
+    } rows[] = {
+        {{"AT+CSQ"}, stored, kExitDone, "[{\"command\":0,\"resultId\":9,", ""},
+        // A silent phone would end in exit 5 had the device been opened.
+        {{"AT+CSQ", "AT+NOSUCH"},
+         silent,
+         kExitUsage,
+         "",
+         "velkport at: AT+NOSUCH fits no command of the catalogue.\n"},
+        {{"AT+CSQ", "AT+CPBR=999"},
+         stored,
+         kExitRefused,
+         "{\"command\":1,\"resultId\":3,\"form\":\"ResultError\",\"message\":\"21\"}]\n",
+         "velkport at: the phone refused AT+CPBR=999 with \"+CME ERROR: 21\".\n"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.args.back());
+        const Ran ran = Velkport("at", row.args, row.phone);
+        EXPECT_EQ(ran.code, row.code) << ran.err;
+        EXPECT_THAT(ran.out, HasSubstr(row.out));
+        EXPECT_THAT(ran.err, HasSubstr(row.err));
+    }
+}
+
+TEST_F(TransferCommand, StatusHasEachKeyWithThePhonesValues) {
+    const Ran ran = Velkport("status", {"--simulate", "--json"}, stored);
+    EXPECT_EQ(ran.code, kExitDone) << ran.err;
+    EXPECT_EQ(ran.out,
+              "{\"manufacturer\":\"Velkport\",\"model\":\"VP-1 phone simulator\","
+              "\"revision\":\"1.0.0\",\"imei\":\"350000000000017\",\"imsi\":"
+              "\"001010123456789\",\"signal\":24,\"signal_dbm\":-65,\"battery\":85,"
+              "\"registration\":\"home\",\"operator\":null}\n");
+    // A phone without AT+CBC: the commands after it are still asked.
+    phonesim::SimulatorOptions noBattery;
+    noBattery.refusals.push_back({"AT+CBC", "ERROR"});
+    const Ran text = Velkport("status", {"--simulate"}, noBattery);
+    EXPECT_EQ(text.code, kExitDone) << text.err;
+    EXPECT_THAT(text.out, HasSubstr("signal: 24 (-65 dBm)\nregistration: home\n"));
+    EXPECT_THAT(text.out, Not(HasSubstr("battery")));
+    EXPECT_THAT(text.err, HasSubstr("velkport status: the phone refused AT+CBC with \"ERROR\".\n"));
+}
+
+TEST_F(TransferCommand, WatchPrintsNoticesUntilCtrlC) {
+    phonesim::SimulatorOptions notifying;
+    notifying.notify = true;
+    notifying.notifyEvery = std::chrono::milliseconds(100);
+    for (const bool json : {false, true}) {
+        std::vector<std::string> args{"--simulate"};
+        if (json) args.emplace_back("--json");
+        auto run =
+            std::async(std::launch::async, [&] { return Velkport("watch", args, notifying); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        kill(getpid(), SIGINT);
+        const Ran ran = run.get();
+        EXPECT_EQ(ran.code, kExitInterrupted);
+        EXPECT_THAT(ran.out, HasSubstr(json ? "{\"resultId\":75,\"form\":\"ReportRegistration\","
+                                              "\"state\":1,\"cell\":0}\n"
+                                            : "ReportRegistration: state=1 cell=0\n"));
+        EXPECT_EQ(ran.err, "velkport watch: interrupted: the link closed.\n");
     }
 }
 

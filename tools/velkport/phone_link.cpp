@@ -26,7 +26,8 @@ constexpr uint32_t kCommandLapseMs = 10000;
 constexpr int kRequestRetryMs = 2000;
 
 bool IsFinal(uint32_t message) {
-    return message >= VELK_MSG_MID_INFO_REFUSED && message <= VELK_MSG_ANIM_READ_REFUSED;
+    return (message >= VELK_MSG_MID_INFO_REFUSED && message <= VELK_MSG_ANIM_READ_REFUSED) ||
+           message == VELK_MSG_COMMAND_DONE || message == VELK_MSG_COMMAND_REFUSED;
 }
 
 }  // namespace
@@ -100,8 +101,7 @@ OperationEnd PhoneLink::Run(const std::function<int32_t()>& request,
     OperationEnd end;
     auto interrupted = [&] {
         velk_CancelCurrentAction();
-        velk_EndThread();
-        begun_ = false;
+        EndOnInterrupt();
         end.kind = OperationEnd::Kind::kInterrupted;
         return end;
     };
@@ -148,6 +148,41 @@ OperationEnd PhoneLink::Run(const std::function<int32_t()>& request,
         ++end.progress;
         if (onProgress) onProgress(message.message);
     }
+}
+
+OperationEnd PhoneLink::Listen(const std::function<void(uint32_t)>& onMessage) {
+    pollfd entries[2] = {{windowRead_, POLLIN, 0}, {interrupt_.Descriptor(), POLLIN, 0}};
+    for (;;) {
+        entries[0].revents = entries[1].revents = 0;
+        if (poll(entries, 2, -1) < 0) {
+            if (errno == EINTR) continue;
+            OperationEnd end;
+            end.kind = OperationEnd::Kind::kNotTaken;
+            return end;
+        }
+        if ((entries[1].revents & POLLIN) != 0) {
+            EndOnInterrupt();
+            OperationEnd end;
+            end.kind = OperationEnd::Kind::kInterrupted;
+            return end;
+        }
+        VelkWindowMessage message{};
+        const ssize_t got = read(windowRead_, &message, sizeof message);
+        if (got < 0 && errno == EINTR) continue;
+        if (got != static_cast<ssize_t>(sizeof message)) {
+            // The library let go of the window: the link has ended.
+            OperationEnd end;
+            end.message = VELK_MSG_TIMED_OUT;
+            end.linkLost = true;
+            return end;
+        }
+        onMessage(message.message);
+    }
+}
+
+void PhoneLink::EndOnInterrupt() {
+    velk_EndThread();
+    begun_ = false;
 }
 
 bool PhoneLink::DeviceGone() const {

@@ -21,7 +21,7 @@ namespace velk::cli {
 // How one operation ended.
 struct OperationEnd {
     enum class Kind {
-        kFinal,        // a window message from 1133 to 1146 came
+        kFinal,        // a window message from 1133 to 1148 came
         kInterrupted,  // Ctrl-C: the operation was cancelled and the link closed
         kNotTaken,     // the library did not take the request: the link is gone
     };
@@ -51,6 +51,11 @@ class PhoneLink {
     OperationEnd Run(const std::function<int32_t()>& request,
                      const std::function<void(uint32_t)>& onProgress = {});
 
+    // Hands each window message that comes outside of any operation (the
+    // notices) to `onMessage`, until Ctrl-C (kInterrupted, the link ended)
+    // or the link falls.
+    OperationEnd Listen(const std::function<void(uint32_t)>& onMessage);
+
     // Ends the link and the built-in phone. Also done by the destructor.
     void Close();
 
@@ -59,6 +64,8 @@ class PhoneLink {
 
   private:
     bool DeviceGone() const;
+    // Ends the link at once after Ctrl-C.
+    void EndOnInterrupt();
 
     LinkOptions options_;
     std::string device_;

@@ -130,8 +130,11 @@ std::optional<TransferArgs> ParseTransferArgs(CommandArgs args, std::string_view
         if (!ReadExtra(name, value, parsed, problem)) return std::nullopt;
     }
     if (parsed.help) return parsed;
+    // "TEXT..." as the last name takes one argument or more.
     if (const std::vector<std::string_view> names = Words(positionals);
-        parsed.positionals.size() != names.size()) {
+        names.empty() || !names.back().ends_with("...") || parsed.positionals.empty()
+            ? parsed.positionals.size() != names.size()
+            : parsed.positionals.size() < names.size()) {
         problem = CountProblem(names, parsed.positionals);
         return std::nullopt;
     }

@@ -63,6 +63,33 @@ constexpr TransferCommand kTransferCommands[] = {
      "                   default 25)\n"
      "  --param-last Y   last value of it (0 to 255, default 0); the frame count\n"
      "                   stands between the two\n"},
+    {"at", "TEXT...", kExtraNone, &PrepareAt, &RunAtCommands, "velkport [LINK OPTIONS] at TEXT...",
+     "Runs the catalogue commands TEXT (one to 64, each as one argument, e.g.\n"
+     "AT+CSQ 'AT+CPBR=1,10'; \"#61 AT+CMGR=3\" names a command's row where\n"
+     "several share its text) as one operation, stopping at the first the\n"
+     "phone refuses, and prints what their replies decode to: one line, a JSON\n"
+     "array of objects, each with the place of its command (from 0) as\n"
+     "\"command\". velkport commands lists the catalogue. A text that fits no\n"
+     "command is refused before the device is opened. After a refusal the\n"
+     "array still goes to standard output, and standard error names the\n"
+     "command and the phone's error line.\n"},
+    {"status", "", kExtraJson, nullptr, &ShowStatus, "velkport [LINK OPTIONS] status [--json]",
+     "Asks the phone who and how it is (AT+CGMI, AT+CGMM, AT+CGMR, AT+CGSN,\n"
+     "AT+CIMI, AT+CSQ, AT+CBC, AT+CREG? and AT+COPS?) and prints\n"
+     "one \"key: value\" line for each of manufacturer, model, revision, imei,\n"
+     "imsi, signal (the rssi, 0 to 31 or 99, with its dBm), battery (the charge\n"
+     "level), registration (home, roaming, searching, denied, unknown or not\n"
+     "registered) and operator (read only where the phone gives its numeric\n"
+     "code, as after AT+COPS=3,2). A command the phone refuses, or an answer\n"
+     "that cannot be read, is named on standard error and its key left out\n"
+     "(null in JSON); the other commands are still asked.\n"
+     "  --json  print one JSON object instead, with signal_dbm beside signal\n"
+     "          (null when the rssi is 99)\n"},
+    {"watch", "", kExtraJson, nullptr, &WatchNotices, "velkport [LINK OPTIONS] watch [--json]",
+     "Prints what the phone reports of its own accord (a new message, its\n"
+     "registration, ...) as it comes, one line each: the form and its fields,\n"
+     "until Ctrl-C, which ends the link and exits with 130.\n"
+     "  --json  print each as the JSON object velkport decode prints\n"},
 };
 
 constexpr const char* kExitCodes =
@@ -141,6 +168,15 @@ int RunImageGet(CommandArgs args, const CommandIo& io) {
 }
 int RunImagePut(CommandArgs args, const CommandIo& io) {
     return RunTransferCommand("image-put", args, io);
+}
+int RunAt(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("at", args, io);
+}
+int RunStatus(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("status", args, io);
+}
+int RunWatch(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("watch", args, io);
 }
 
 }  // namespace velk::cli

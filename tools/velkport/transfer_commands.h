@@ -1,6 +1,6 @@
-// The transfer subcommands of `velkport`: reading and writing the phone's
-// ring tones and images through the library's exports, as an application
-// does.
+// The subcommands of `velkport` that talk to the phone: reading and writing
+// its ring tones and images, running catalogue commands, its status and its
+// notices, through the library's exports, as an application does.
 //
 //   velkport [LINK OPTIONS] tones [--slots N]
 //   velkport [LINK OPTIONS] tone-get SLOT [-o FILE]
@@ -8,6 +8,9 @@
 //   velkport [LINK OPTIONS] images
 //   velkport [LINK OPTIONS] image-get N [-o FILE]
 //   velkport [LINK OPTIONS] image-put N NAME FILE [--param-first X --param-last Y]
+//   velkport [LINK OPTIONS] at TEXT...
+//   velkport [LINK OPTIONS] status [--json]
+//   velkport [LINK OPTIONS] watch [--json]
 #pragma once
 
 #include <string_view>
@@ -23,6 +26,9 @@ int RunTonePut(CommandArgs args, const CommandIo& io);
 int RunImages(CommandArgs args, const CommandIo& io);
 int RunImageGet(CommandArgs args, const CommandIo& io);
 int RunImagePut(CommandArgs args, const CommandIo& io);
+int RunAt(CommandArgs args, const CommandIo& io);
+int RunStatus(CommandArgs args, const CommandIo& io);
+int RunWatch(CommandArgs args, const CommandIo& io);
 
 // Runs the transfer subcommand `name` with the built-in phone (when it
 // serves) behaving as `simulated` says; the exit code. Unknown names: 2.

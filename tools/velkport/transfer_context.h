@@ -59,6 +59,7 @@ int PrepareToneGet(const TransferArgs& args, TransferPlan& plan, std::string& pr
 int PrepareTonePut(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareImageGet(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareImagePut(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareAt(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 
 // The bodies, one per subcommand: the link stands when they run.
 int ListTones(const Transfer& t);
@@ -67,6 +68,9 @@ int PutTone(const Transfer& t);
 int ListImages(const Transfer& t);
 int GetImage(const Transfer& t);
 int PutImage(const Transfer& t);
+int RunAtCommands(const Transfer& t);
+int ShowStatus(const Transfer& t);
+int WatchNotices(const Transfer& t);
 
 // The image-information read at the start of an image transfer, and the
 // frame count of image `id` from its table; a failure's exit code otherwise.

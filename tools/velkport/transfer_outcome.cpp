@@ -30,6 +30,8 @@ constexpr EndRow kEndRows[] = {
     {VELK_MSG_ANIM_INFO_READ, kExitDone, "", false},
     {VELK_MSG_ANIM_READ, kExitDone, "", false},
     {VELK_MSG_ANIM_READ_REFUSED, kExitRefused, "the phone refused AT+IMGR=", true},
+    {VELK_MSG_COMMAND_DONE, kExitDone, "", false},
+    {VELK_MSG_COMMAND_REFUSED, kExitRefused, "the phone refused a command", false},
 };
 
 // The ends after which part of a write may be on the phone: a refused
