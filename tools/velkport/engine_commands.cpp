@@ -45,6 +45,7 @@ Refusal ReadRefusal(const LibraryFailure& failure) {
 // Runs `texts` as one operation.
 OperationEnd RunList(const Transfer& t, const std::vector<std::string>& texts) {
     std::vector<const char*> pointers;
+    pointers.reserve(texts.size());
     for (const std::string& text : texts) pointers.push_back(text.c_str());
     return t.link.Run(
         [&] { return velk_RunCommands(pointers.data(), static_cast<int>(pointers.size())); });
@@ -116,6 +117,7 @@ struct StatusValue {
     std::string text;
 };
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the key, then its raw value
 StatusValue ValueOf(std::string_view key, std::string_view raw) {
     if (raw.empty()) return {};
     if (raw.front() == '"') {

@@ -96,6 +96,7 @@ std::vector<std::pair<std::string_view, std::string_view>> JsonMembers(std::stri
     }
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the object, then the key in it
 std::string_view JsonField(std::string_view object, std::string_view key) {
     for (const auto& [name, value] : JsonMembers(object)) {
         if (name == key) return value;
