@@ -269,8 +269,8 @@ VELK_API const char* velk_GetVersion(void);
  *           "+CME ERROR: n" or "+CMS ERROR: n"; 0 for a plain "ERROR" and
  *           for an error that names no number ("+CME ERROR: SIM not
  *           inserted"). The text is the phone's line as the library read
- *           it: "ERROR", or "+CME ERROR: " and what the phone gave (also
- *           for a +CMS ERROR), e.g. "+CME ERROR: 22".
+ *           it: "ERROR", or the line's mark and what the phone gave,
+ *           e.g. "+CME ERROR: 22", "+CMS ERROR: 500".
  *   -1      the phone gave no error: it stopped answering (1139), the link
  *           was lost (1139), its answer could not be read, or it lists no
  *           such image (1142, 1146). The text is a sentence.

@@ -114,9 +114,7 @@ void CATTransferThread::OnRunResult(const ATCommandBlock& block, uint32_t messag
     }
     if (runResults.size() < kMostResults) runResults.push_back(ResultJson(block, runNext));
     if (message != kFinalErrorMessage) return;
-    const char* text = block.result.error.message;
-    FailureCause cause =
-        CauseOfRefusal(std::string_view(text, strnlen(text, sizeof block.result.error.message)));
+    FailureCause cause = CauseOfRefusal(block.result.error);
     cause.text = "command " + std::to_string(runNext) + ": " + cause.text;
     pendingCommands.pop_front();
     ClearWorkerPending();

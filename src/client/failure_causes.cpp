@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <system_error>
 
 #include "engine/command_catalogue.h"
@@ -12,11 +13,10 @@
 namespace velk {
 namespace {
 
-// The error line the matcher took apart: it hands on only what follows the
-// colon of "+CME ERROR: <err>", "+CMS ERROR: <err>" or "+CME: <err>", without
-// quotes, or "ERROR" for a plain one. Which of the three it was is lost; the
-// commands of the transfers belong to the equipment, not the message
-// service, so the line is told as +CME ERROR.
+// The error line the matcher took apart: it hands on what follows the colon
+// of "+CME ERROR: <err>", "+CMS ERROR: <err>" or "+CME: <err>", without
+// quotes, or "ERROR" for a plain one, and the worker adds which mark it was.
+// A block without its mark is told as +CME ERROR, the equipment's own.
 constexpr std::string_view kPlainError = "ERROR";
 constexpr std::string_view kEquipmentError = "+CME ERROR: ";
 
@@ -67,10 +67,15 @@ std::string CommandSeconds() {
 
 }  // namespace
 
-FailureCause CauseOfRefusal(std::string_view message) {
+FailureCause CauseOfRefusal(const ResultErrorForm& error) {
+    const std::string_view message(error.message, strnlen(error.message, sizeof error.message));
+    const std::string_view mark(error.mark, strnlen(error.mark, sizeof error.mark));
     if (message == kPlainError) return {0, std::string(kPlainError)};
     if (IsLibraryReport(message)) return {kNoPhoneError, std::string(message)};
-    return {ErrorNumber(message), std::string(kEquipmentError) + std::string(message)};
+    // The phone's line as it came: its own mark, then what followed it.
+    const std::string line = mark.empty() ? std::string(kEquipmentError) + std::string(message)
+                                          : std::string(mark) + ' ' + std::string(message);
+    return {ErrorNumber(message), line};
 }
 
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the command, then its tries

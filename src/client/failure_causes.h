@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "engine/result_forms.h"
 #include "platform/tty_port.h"
 
 namespace velk {
@@ -30,7 +31,7 @@ inline constexpr int32_t kNoPhoneError = -1;
 
 // A command ended by a ResultError block with `message`: the phone's error
 // line, or a report of the library on a line it could not read.
-FailureCause CauseOfRefusal(std::string_view message);
+FailureCause CauseOfRefusal(const ResultErrorForm& error);
 
 // Command `commandId` had no line from the phone in time; `tries` is how
 // often it went out.

@@ -422,13 +422,13 @@ void CATTransferThread::OnCommandError(const ATCommandBlock& block) {
         if (message != "ERROR") {
             openingSilenceArmed = true;
             openingSilenceSince = GetTickCount();
-            openingRefusal = CauseOfRefusal(message).text;
+            openingRefusal = CauseOfRefusal(block.result.error).text;
             return;
         }
     }
     for (const ErrorRow& row : kErrorRows) {
         if (row.id != id) continue;
-        RecordLastFailure(CauseOfRefusal(message));
+        RecordLastFailure(CauseOfRefusal(block.result.error));
         pendingCommands.pop_front();
         // What the operation held goes before the link takes requests again:
         // from then on an export may hand over a new write record.

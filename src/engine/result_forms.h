@@ -29,6 +29,10 @@ struct ResultCommandEnd {
 // 3 ResultError.
 struct ResultErrorForm {
     Text256 message;
+    // The mark of the phone's error line the message was cut from ("+CME
+    // ERROR:", "+CMS ERROR:" or "+CME:"); empty for a plain "ERROR" and for
+    // a report of the library. Not printed: the message is the form.
+    char mark[12];
 };
 
 // ---- Identification and line status ----

@@ -1,5 +1,7 @@
 #include "engine/worker_thread.h"
 
+#include <algorithm>
+#include <cstring>
 #include <future>
 #include <new>
 #include <utility>
@@ -267,7 +269,18 @@ void CATWorkerThread::ReadSolicitedLine() {
             break;
         }
         case LineRole::kError:
-            if (finalError) PostAs(kFinalErrorMessage, ErrorBlock(*finalError));
+            if (finalError) {
+                ResultBlockPtr error = ErrorBlock(*finalError);
+                if (error) {
+                    // The mark goes with it, so that the cause can be told
+                    // as the phone's own line: +CMS ERROR is no +CME ERROR.
+                    char(&mark)[sizeof error->result.error.mark] = error->result.error.mark;
+                    const std::size_t n = std::min(line.errorMark.size(), sizeof mark - 1);
+                    std::memcpy(mark, line.errorMark.data(), n);
+                    mark[n] = '\0';
+                }
+                PostAs(kFinalErrorMessage, std::move(error));
+            }
             commandArmed = 0;
             EndBody(false);
             sendState = kSendIdle;

@@ -107,6 +107,7 @@ ClassifiedLine MatchSolicited(std::string_view commandText, ReplyHeads heads, st
         record.firstParam.lastIndex = static_cast<int32_t>(detail.size()) - 1;
         record.firstParam.text = detail;
         out.role = LineRole::kError;
+        out.errorMark = mark;
         out.reports.push_back(std::move(detail));
         return out;
     }

@@ -69,6 +69,8 @@ struct ClassifiedLine {
     // Set when a dial drew a supplementary-service line: which kind it was.
     // The worker keeps it for the lines that follow, this one included.
     std::optional<uint32_t> serviceReplyKind;
+    // kError from a line with an error mark: which mark it was.
+    std::string_view errorMark;
 };
 
 // A line while a command waits for its reply. `commandText`: the command in

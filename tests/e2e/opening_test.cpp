@@ -133,7 +133,7 @@ TEST_F(OpeningTest, EveryRefusalEndsTheOperationWithItsMessage) {
         {"AT+RNGI", {"+CME ERROR: 10"}, velk_ReadMidInfo, VELK_MSG_MID_INFO_REFUSED,
             {10, "+CME ERROR: 10"}},
         {"AT+RNGR=", {"+CMS ERROR: 500"}, ReadTone, VELK_MSG_MID_READ_REFUSED,
-            {500, "+CME ERROR: 500"}},
+            {500, "+CMS ERROR: 500"}},
         {"AT+RNGW=", {"+CME ERROR: \"SIM not inserted\""}, WriteTone, VELK_MSG_MID_WRITE_REFUSED,
             {0, "+CME ERROR: SIM not inserted"}},
         {"AT+IMGINF", {"ERROR"}, velk_ReadAnimInfo, VELK_MSG_ANIM_INFO_REFUSED, {0, "ERROR"}},
