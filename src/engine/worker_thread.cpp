@@ -275,8 +275,9 @@ void CATWorkerThread::ReadSolicitedLine() {
                     // The mark goes with it, so that the cause can be told
                     // as the phone's own line: +CMS ERROR is no +CME ERROR.
                     char(&mark)[sizeof error->result.error.mark] = error->result.error.mark;
+                    // A plain "ERROR" has no mark; its view holds no bytes.
                     const std::size_t n = std::min(line.errorMark.size(), sizeof mark - 1);
-                    std::memcpy(mark, line.errorMark.data(), n);
+                    if (n != 0) std::memcpy(mark, line.errorMark.data(), n);
                     mark[n] = '\0';
                 }
                 PostAs(kFinalErrorMessage, std::move(error));
