@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/command_catalogue.h"
+#include "decode/corpus_records.h"
+#include "engine/command_table.h"
 #include "response/response_grammar.h"
 
 namespace velk {
@@ -23,19 +24,12 @@ std::vector<std::string> Nodes(const ATResponseRecord& record) {
     return nodes;
 }
 
-// The reply heads the worker gives a command: those of its row, found by its
-// text as the builder writes it (exact, or the longest text ending in "=").
+// The reply heads the worker gives a command: those of the row that sends
+// its text, found as the corpus tests find it.
 ReplyHeads Heads(std::string_view command) {
-    const CommandRow* best = nullptr;
-    for (const CatalogueEntry& entry : CatalogueEntries()) {
-        const std::string_view text = entry.text;
-        if (text == command) return entry.heads;
-        if (text.ends_with('=') && command.starts_with(text) &&
-            (best == nullptr || text.size() > std::string_view(best->text).size())) {
-            best = &entry;
-        }
-    }
-    return best != nullptr ? best->heads : ReplyHeads::kOwnHead;
+    const std::optional<int32_t> id = corpus::CommandIdFor(command);
+    const CommandRow* row = id ? FindCommandRow(*id) : nullptr;
+    return row != nullptr ? row->heads : ReplyHeads::kOwnHead;
 }
 
 ClassifiedLine Match(std::string_view command, std::string line, ATResponseRecord& record) {
