@@ -36,7 +36,8 @@ def test_the_calls_as_coroutines(start_phone) -> None:
     info, tone, images, frames, contacts, messages, status, notices = run(session())
     assert info.name and tone == b"\x00\x01MIDI"
     assert len(frames) == images.images[2].frames
-    assert frames == [sim.stored(f"frame-{images.images[2].first_frame + k}.txt") for k in range(len(frames))]
+    first = images.images[2].first_frame
+    assert frames == [sim.stored(f"frame-{first + k}.txt") for k in range(len(frames))]
     assert sim.stored(f"frame-{images.images[0].first_frame}.txt") == "55" * 768
     assert len(contacts) == 4 and len(messages) == 5
     assert status["AT+CSQ"]["form"] == "ResultSignal"
@@ -80,7 +81,12 @@ def test_the_loop_keeps_running_while_the_phone_answers(start_phone) -> None:
 @pytest.mark.parametrize(
     ("options", "call", "kind", "code"),
     [
-        (("--refuse", "AT+RNGR==+CME ERROR: 22"), lambda p: p.read_tone(2), velkport.PhoneRefused, 22),
+        (
+            ("--refuse", "AT+RNGR==+CME ERROR: 22"),
+            lambda p: p.read_tone(2),
+            velkport.PhoneRefused,
+            22,
+        ),
         ((), lambda p: p.read_image(7), velkport.PhoneRefused, -1),
         ((), lambda p: p.run("AT+NOSUCH"), velkport.RequestRefused, -2),
     ],
@@ -111,3 +117,18 @@ def test_a_cancelled_call_leaves_the_link_usable(start_phone) -> None:
             return await phone.tone_info()
 
     assert run(session()).name
+
+
+def test_closing_ends_a_call_that_waits_in_another_task(start_phone) -> None:
+    sim = start_phone("--baud", "38400")
+
+    async def session():
+        phone = velkport.aio.Phone(sim.device, baud=38400)
+        await phone.open()
+        reading = asyncio.ensure_future(phone.read_image(2))
+        await asyncio.sleep(0.1)
+        await phone.close()
+        with pytest.raises(velkport.LinkError):
+            await reading
+
+    run(session())

@@ -27,7 +27,8 @@ HEADER_DIR = Path(os.environ.get("VELKPORT_INCLUDE", Path(__file__).parents[2] /
 
 
 def probe_source() -> str:
-    lines = ['#include <stddef.h>', '#include <stdio.h>', '#include "velkport.h"', "int main(void) {"]
+    lines = ["#include <stddef.h>", "#include <stdio.h>", '#include "velkport.h"']
+    lines.append("int main(void) {")
     for record in RECORDS:
         name = record.__name__
         lines.append(f'    printf("{name} %zu\\n", sizeof({name}));')
@@ -53,12 +54,15 @@ def test_records_have_the_header_s_layout(tmp_path: Path) -> None:
     source = tmp_path / "probe.c"
     source.write_text(probe_source())
     program = tmp_path / "probe"
-    subprocess.run([compiler, "-std=c99", f"-I{HEADER_DIR}", str(source), "-o", str(program)], check=True)
+    build = [compiler, "-std=c99", f"-I{HEADER_DIR}", str(source), "-o", str(program)]
+    subprocess.run(build, check=True)
     printed = subprocess.run([str(program)], check=True, capture_output=True, text=True).stdout
     assert ctypes_layout() == printed
 
 
 def test_every_export_of_the_header_has_a_prototype() -> None:
     header = (HEADER_DIR / "velkport.h").read_text()
-    declared = {word.split("(")[0] for word in header.split() if word.startswith("velk_") and "(" in word}
+    declared = {
+        word.split("(")[0] for word in header.split() if word.startswith("velk_") and "(" in word
+    }
     assert declared == set(_native._PROTOTYPES)

@@ -130,9 +130,11 @@ def test_a_missing_device_is_a_link_error_with_its_errno(tmp_path) -> None:
 @pytest.mark.parametrize(
     ("refusal", "call", "kind", "code", "text"),
     [
-        ("AT+RNGR==+CME ERROR: 22", lambda p: p.read_tone(1), velkport.PhoneRefused, 22, "+CME ERROR: 22"),
+        ("AT+RNGR==+CME ERROR: 22", lambda p: p.read_tone(1), velkport.PhoneRefused, 22,
+         "+CME ERROR: 22"),
         ("AT+RNGI", lambda p: p.tone_info(), velkport.PhoneRefused, 0, "ERROR"),
-        ("AT+IMGW=", lambda p: p.write_image(1, "x", ["0" * 1536]), velkport.PhoneRefused, 0, "ERROR"),
+        ("AT+IMGW=", lambda p: p.write_image(1, "x", ["0" * 1536]), velkport.PhoneRefused, 0,
+         "ERROR"),
         ("AT+CSQ=+CME ERROR: 30", lambda p: p.run(["AT+CGMI", "AT+CSQ"]), velkport.PhoneRefused, 30,
          "command 1: +CME ERROR: 30"),
     ],

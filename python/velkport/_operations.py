@@ -60,7 +60,9 @@ def not_taken(request: Request) -> VelkportError:
     return RequestRefused(code, text, doing=request.doing)
 
 
-def failure(message: int, doing: str, results: Optional[list[dict[str, Any]]] = None) -> VelkportError:
+def failure(
+    message: int, doing: str, results: Optional[list[dict[str, Any]]] = None
+) -> VelkportError:
     """The exception for an operation that ended with `message`."""
     code, text = n.last_error()
     if message == n.MSG_TIMED_OUT:
@@ -217,7 +219,8 @@ def write_image(
     yield from image_info()
     doing = f"writing image {number}"
     library = n.library()
-    expect((yield Request(lambda: library.velk_WriteAnim(record), doing)), n.MSG_ANIM_WRITTEN, doing)
+    message = yield Request(lambda: library.velk_WriteAnim(record), doing)
+    expect(message, n.MSG_ANIM_WRITTEN, doing)
 
 
 Texts = Union[str, Sequence[str]]

@@ -29,7 +29,12 @@ class Phone:
     statement, which starts the link and ends it; the calls are those of
     velkport.Phone, awaited. Calls made from several tasks run one after
     another. A call that is cancelled does not stop its operation: the
-    library finishes it, and the next call starts after it."""
+    library finishes it, and the next call starts after it.
+
+    Nothing polls: a call sleeps only when the library refuses its request
+    because it is not yet ready again after the previous operation's last
+    message (a moment, after image operations), and then asks again each
+    millisecond, for at most 2 s."""
 
     def __init__(
         self,
@@ -65,6 +70,8 @@ class Phone:
             self._loop.remove_reader(self._link.window)
         self._link.end()
         self._loop = None
+        # A call of another task that still waits ends with the link.
+        self._settle(None)
 
     async def __aenter__(self) -> "Phone":
         return await self.open()
