@@ -11,6 +11,17 @@ command -v pkg-config >/dev/null || need+=(pkg-config)
 # What renders the manual pages (man -l), which the install check looks at.
 command -v man >/dev/null || need+=(man-db)
 command -v groff >/dev/null || need+=(groff-base)
+# Debian's python3 with what the Python package's tests and its offline
+# install into a virtual environment need.
+py_need() { /usr/bin/python3 -c "import $1" 2>/dev/null || need+=("$2"); }
+if [ -x /usr/bin/python3 ]; then
+  py_need ensurepip python3-venv
+  py_need setuptools python3-setuptools
+  py_need wheel python3-wheel
+  py_need pytest python3-pytest
+else
+  need+=(python3 python3-venv python3-setuptools python3-wheel python3-pytest)
+fi
 if [ "${VELK_NEED_BENCH:-0}" = 1 ] && [ ! -f /usr/include/benchmark/benchmark.h ]; then
   need+=(libbenchmark-dev)
 fi
