@@ -11,6 +11,11 @@ command -v pkg-config >/dev/null || need+=(pkg-config)
 # What renders the manual pages (man -l), which the install check looks at.
 command -v man >/dev/null || need+=(man-db)
 command -v groff >/dev/null || need+=(groff-base)
+# The GLib and Qt examples that the tests build and run, and what makes and
+# checks the Debian package (dpkg-shlibdeps finds its dependencies).
+[ -f /usr/include/glib-2.0/glib-unix.h ] || need+=(libglib2.0-dev)
+dpkg -s qtbase5-dev >/dev/null 2>&1 || need+=(qtbase5-dev)
+command -v dpkg-shlibdeps >/dev/null || need+=(dpkg-dev)
 if [ "${VELK_NEED_BENCH:-0}" = 1 ] && [ ! -f /usr/include/benchmark/benchmark.h ]; then
   need+=(libbenchmark-dev)
 fi
