@@ -4,7 +4,8 @@
 # rules name (install_manifest.txt), the udev rule shipped inactive. Then the
 # unpacked tree passes the install check (an application built through
 # pkg-config and find_package, the programs, the pages), and the poll
-# example builds against it and runs against its velkport-phone.
+# example and the README's minimal program build against it, the example
+# running against the package's velkport-phone.
 #   debian_package.sh BUILD SOURCE_DIR
 set -euo pipefail
 build=$(cd "$1" && pwd)
@@ -52,6 +53,12 @@ grep -q '^#ACTION=.*ATTRS{idVendor}==.*ENV{ID_MM_DEVICE_IGNORE}="1"$' "$rule" ||
 libdir="$root/usr/lib"
 cc -std=c99 -Wall -Werror "$source_dir/examples/poll_example.c" -o "$work/poll_example" \
   $(PKG_CONFIG_PATH="$libdir/pkgconfig" pkg-config --cflags --libs velkport)
+# The README's minimal program, which poll_example.c grows from.
+sed -n '/^A minimal program/,/^```$/{/^```c$/,/^```$/{/^```/!p}}' "$source_dir/README.md" >"$work/minimal.c"
+grep -q velk_ReadMidInfo "$work/minimal.c" || fail "README.md shows no minimal program"
+cc -std=c99 -Wall -Werror -pedantic "$work/minimal.c" -o "$work/minimal" \
+  $(PKG_CONFIG_PATH="$libdir/pkgconfig" pkg-config --cflags --libs velkport) ||
+  fail "the README's minimal program does not build"
 LD_LIBRARY_PATH="$libdir" ldd "$work/poll_example" | grep -q "libvelkport.so.1 => $libdir/" ||
   fail "the poll example does not load the package's library"
 LD_LIBRARY_PATH="$libdir" "$source_dir/tests/examples/run_example.sh" \
