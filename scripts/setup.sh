@@ -22,6 +22,11 @@ if [ -x /usr/bin/python3 ]; then
 else
   need+=(python3 python3-venv python3-setuptools python3-wheel python3-pytest)
 fi
+# The GLib and Qt examples that the tests build and run, and what makes and
+# checks the Debian package (dpkg-shlibdeps finds its dependencies).
+[ -f /usr/include/glib-2.0/glib-unix.h ] || need+=(libglib2.0-dev)
+dpkg -s qtbase5-dev >/dev/null 2>&1 || need+=(qtbase5-dev)
+command -v dpkg-shlibdeps >/dev/null || need+=(dpkg-dev)
 if [ "${VELK_NEED_BENCH:-0}" = 1 ] && [ ! -f /usr/include/benchmark/benchmark.h ]; then
   need+=(libbenchmark-dev)
 fi

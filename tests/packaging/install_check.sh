@@ -6,6 +6,9 @@
 # Then looks at what a user of a package finds beside the files: the
 # programs and their version, the manual pages, bash completion, the licence
 # and the changes.
+#   install_check.sh BUILD [TREE]
+# With TREE (an unpacked package's usr/) that tree is checked instead of a
+# fresh install of BUILD.
 set -euo pipefail
 build=$1
 source_dir=$(cd "$(dirname "$0")" && pwd)
@@ -17,8 +20,8 @@ finish() {
 }
 trap finish EXIT
 fail() { echo "install check: $*" >&2; exit 1; }
-prefix="$work/prefix"
-cmake --install "$build" --prefix "$prefix" >/dev/null
+prefix=${2:-$work/prefix}
+[ $# -ge 2 ] || cmake --install "$build" --prefix "$prefix" >/dev/null
 libdir=$(dirname "$(find "$prefix" -name 'libvelkport.so' | head -1)")
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 
