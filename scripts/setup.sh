@@ -11,6 +11,8 @@ command -v pkg-config >/dev/null || need+=(pkg-config)
 # The pictures of velkport image-get/image-put (.png, .gif).
 [ -f /usr/include/png.h ] || need+=(libpng-dev)
 [ -f /usr/include/gif_lib.h ] || need+=(libgif-dev)
+# The pictures test writes and reads its PNG files by hand in Python.
+command -v python3 >/dev/null || need+=(python3)
 # What renders the manual pages (man -l), which the install check looks at.
 command -v man >/dev/null || need+=(man-db)
 command -v groff >/dev/null || need+=(groff-base)
