@@ -1,6 +1,7 @@
 // Images as pictures and tones as files: the frame text's bitmap rules, the
 // dithering, the terminal drawing, the PNG and GIF files in memory, and
 // the subcommands' refusals, in process against the simulated phone.
+#include <gif_lib.h>
 #include <png.h>
 #include <unistd.h>
 
@@ -42,6 +43,13 @@ Bitmap RandomBitmap(unsigned width, unsigned height, uint32_t seed) {
     Bitmap bitmap{width, height, std::vector<uint8_t>(std::size_t{width} * height)};
     for (uint8_t& dot : bitmap.dots) dot = static_cast<uint8_t>(random() & 1);
     return bitmap;
+}
+
+// The dots in black and white.
+GreyPicture PictureFromBitmap(const Bitmap& bitmap) {
+    GreyPicture picture{bitmap.width, bitmap.height, {}};
+    for (const uint8_t dot : bitmap.dots) picture.grey.push_back(dot != 0 ? 0 : 255);
+    return picture;
 }
 
 // Each text against the dots it holds: rows from the top, the dots of a
@@ -241,6 +249,57 @@ TEST(PictureFiles, PicturesOfEveryFormatReadBackAsTheirDots) {
     EXPECT_THAT(problem, HasSubstr("bad.gif is "));
     EXPECT_FALSE(ReadPng(*gif, "a.png", problem)) << "a GIF named .png is no PNG";
     EXPECT_THAT(problem, HasSubstr("a.png is no PNG picture"));
+}
+
+int AppendTo(GifFileType* gif, const GifByteType* data, int count) {
+    static_cast<std::string*>(gif->UserData)
+        ->append(reinterpret_cast<const char*>(data), static_cast<std::size_t>(count));
+    return count;
+}
+
+// A GIF as other programs write them: a second frame that covers only part
+// of the screen, interlaced, with a transparent colour, drawn over the first.
+TEST(PictureFiles, GifFramesAreComposedAsAViewerShowsThem) {
+    std::string bytes;
+    int error = 0;
+    GifFileType* gif = EGifOpen(&bytes, &AppendTo, &error);
+    ASSERT_NE(gif, nullptr);
+    GifColorType colours[4] = {{255, 255, 255}, {0, 0, 0}, {200, 0, 0}, {0, 0, 255}};
+    ColorMapObject* map = GifMakeMapObject(4, colours);
+    EGifSetGifVersion(gif, true);
+    ASSERT_EQ(EGifPutScreenDesc(gif, 8, 8, 2, 0, map), GIF_OK);
+    GifFreeMapObject(map);
+    // Frame 1: the left half black.
+    ASSERT_EQ(EGifPutImageDesc(gif, 0, 0, 8, 8, false, nullptr), GIF_OK);
+    GifPixelType row[8] = {1, 1, 1, 1, 0, 0, 0, 0};
+    for (int y = 0; y < 8; ++y) ASSERT_EQ(EGifPutLine(gif, row, 8), GIF_OK);
+    // Frame 2: 3 × 5 dots at (4, 2), colour 3 transparent, its lines sent
+    // in interlaced order (0, 4, 2, 1, 3): row r is "1 3 1" when r is even,
+    // "3 2 3" when odd (the dark red reads as dark).
+    GraphicsControlBlock control{DISPOSE_DO_NOT, false, 10, 3};
+    GifByteType extension[4];
+    const std::size_t length = EGifGCBToExtension(&control, extension);
+    ASSERT_EQ(EGifPutExtension(gif, GRAPHICS_EXT_FUNC_CODE, int(length), extension), GIF_OK);
+    ASSERT_EQ(EGifPutImageDesc(gif, 4, 2, 3, 5, true, nullptr), GIF_OK);
+    for (int r : {0, 4, 2, 1, 3}) {
+        GifPixelType part[3] = {1, 3, 1};
+        if (r % 2 == 1) part[0] = part[2] = 3, part[1] = 2;
+        ASSERT_EQ(EGifPutLine(gif, part, 3), GIF_OK);
+    }
+    ASSERT_EQ(EGifCloseFile(gif, &error), GIF_OK);
+
+    std::string problem;
+    const std::optional<std::vector<GreyPicture>> frames = ReadGif(bytes, "other.gif", problem);
+    ASSERT_TRUE(frames) << problem;
+    ASSERT_EQ(frames->size(), 2u);
+    const Bitmap left = MakeBitmap(8, 8,
+                                   {"####....", "####....", "####....", "####....", "####....",
+                                    "####....", "####....", "####...."});
+    EXPECT_EQ(Dither((*frames)[0]).dots, left.dots);
+    const Bitmap over = MakeBitmap(8, 8,
+                                   {"####....", "####....", "#####.#.", "####.#..", "#####.#.",
+                                    "####.#..", "#####.#.", "####...."});
+    EXPECT_EQ(Dither((*frames)[1]).dots, over.dots);
 }
 
 TEST(PictureFiles, TheNameSaysWhatAFileHolds) {

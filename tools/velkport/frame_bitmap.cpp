@@ -86,11 +86,4 @@ Bitmap Dither(const GreyPicture& picture) {
     return bitmap;
 }
 
-GreyPicture PictureFromBitmap(const Bitmap& bitmap) {
-    GreyPicture picture{bitmap.width, bitmap.height, std::vector<uint8_t>(bitmap.dots.size())};
-    std::transform(bitmap.dots.begin(), bitmap.dots.end(), picture.grey.begin(),
-                   [](uint8_t dot) { return dot != 0 ? 0 : 255; });
-    return picture;
-}
-
 }  // namespace velk::cli

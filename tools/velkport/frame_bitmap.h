@@ -47,7 +47,4 @@ std::string FrameFromBitmap(const Bitmap& bitmap);
 // black and white comes through dot for dot.
 Bitmap Dither(const GreyPicture& picture);
 
-// The dots as a grey picture of black and white, for a file.
-GreyPicture PictureFromBitmap(const Bitmap& bitmap);
-
 }  // namespace velk::cli

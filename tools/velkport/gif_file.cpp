@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include "velkport/picture_files.h"
 
@@ -47,17 +48,53 @@ uint8_t Grey(const GifColorType& colour) {
                                 1000);
 }
 
-// Draws one stored image of the GIF onto the screen, as a viewer does.
-void DrawImage(const SavedImage& image, const ColorMapObject& colours, int transparent,
-               GreyPicture& screen) {
-    const GifImageDesc& place = image.ImageDesc;
+// The most bytes the frames of one GIF may take as grey pictures: a small
+// file may claim many large frames.
+constexpr std::size_t kMostFrameBytes = std::size_t{64} << 20;
+
+// One image of the GIF, where it goes on the screen and its colour indexes.
+struct ImagePart {
+    GifImageDesc place;
+    std::vector<GifPixelType> indexes;
+};
+
+// Reads the lines of the image whose description was just read; an
+// interlaced image sends every eighth line first, then the ones between.
+bool ReadImageLines(GifFileType* gif, ImagePart& part) {
+    const auto width = static_cast<std::size_t>(part.place.Width);
+    const int height = part.place.Height;
+    part.indexes.assign(width * static_cast<std::size_t>(height), 0);
+    const auto line = [&](int row) {
+        return DGifGetLine(gif, part.indexes.data() + static_cast<std::size_t>(row) * width,
+                           part.place.Width) == GIF_OK;
+    };
+    if (!part.place.Interlace) {
+        for (int row = 0; row < height; ++row) {
+            if (!line(row)) return false;
+        }
+        return true;
+    }
+    constexpr int kStart[] = {0, 4, 2, 1};
+    constexpr int kStep[] = {8, 8, 4, 2};
+    for (int pass = 0; pass < 4; ++pass) {
+        for (int row = kStart[pass]; row < height; row += kStep[pass]) {
+            if (!line(row)) return false;
+        }
+    }
+    return true;
+}
+
+// Draws an image onto the screen, as a viewer does.
+void Draw(const ImagePart& part, const ColorMapObject& colours, int transparent,
+          GreyPicture& screen) {
+    const GifImageDesc& place = part.place;
     for (int row = 0; row < place.Height; ++row) {
         for (int column = 0; column < place.Width; ++column) {
             const long x = long{place.Left} + column;
             const long y = long{place.Top} + row;
             if (x < 0 || y < 0 || x >= long{screen.width} || y >= long{screen.height}) continue;
             const int index =
-                image.RasterBits[std::size_t(row) * std::size_t(place.Width) + std::size_t(column)];
+                part.indexes[std::size_t(row) * std::size_t(place.Width) + std::size_t(column)];
             if (index == transparent || index >= colours.ColorCount) continue;
             screen.grey[std::size_t(y) * screen.width + std::size_t(x)] =
                 Grey(colours.Colors[index]);
@@ -73,6 +110,21 @@ void Clear(const GifImageDesc& place, GreyPicture& screen) {
             screen.grey[std::size_t(y) * screen.width + std::size_t(x)] = 255;
         }
     }
+}
+
+// The graphic control of the next image, from an extension record; the
+// rest of the record is skipped.
+bool ReadExtension(GifFileType* gif, GraphicsControlBlock& control) {
+    int code = 0;
+    GifByteType* block = nullptr;
+    if (DGifGetExtension(gif, &code, &block) != GIF_OK) return false;
+    if (code == GRAPHICS_EXT_FUNC_CODE && block != nullptr && block[0] == 4) {
+        DGifExtensionToGCB(block[0], block + 1, &control);
+    }
+    while (block != nullptr) {
+        if (DGifGetExtensionNext(gif, &block) != GIF_OK) return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -92,30 +144,55 @@ std::optional<std::vector<GreyPicture>> ReadGif(const std::string& bytes, const 
                   std::to_string(gif->SHeight) + " dots, which no phone has";
         return std::nullopt;
     }
-    if (DGifSlurp(gif.get()) != GIF_OK) {
-        problem = path + " is a damaged GIF picture (" + ErrorText(gif->Error) + ")";
-        return std::nullopt;
-    }
+    const std::string damaged = path + " is a damaged GIF picture (";
     GreyPicture screen{
         unsigned(gif->SWidth), unsigned(gif->SHeight),
         std::vector<uint8_t>(std::size_t(gif->SWidth) * std::size_t(gif->SHeight), 255)};
+    const GraphicsControlBlock plain{DISPOSAL_UNSPECIFIED, false, 0, NO_TRANSPARENT_COLOR};
+    GraphicsControlBlock control = plain;
     std::vector<GreyPicture> frames;
-    for (int i = 0; i < gif->ImageCount; ++i) {
-        const SavedImage& image = gif->SavedImages[i];
-        const ColorMapObject* colours =
-            image.ImageDesc.ColorMap != nullptr ? image.ImageDesc.ColorMap : gif->SColorMap;
-        if (colours == nullptr) {
-            problem = path + " has a frame without colours (frame " + std::to_string(i + 1) + ")";
+    GifRecordType record = UNDEFINED_RECORD_TYPE;
+    while (record != TERMINATE_RECORD_TYPE) {
+        if (DGifGetRecordType(gif.get(), &record) != GIF_OK) {
+            problem = damaged + ErrorText(gif->Error) + ")";
             return std::nullopt;
         }
-        GraphicsControlBlock control{DISPOSAL_UNSPECIFIED, false, 0, NO_TRANSPARENT_COLOR};
-        DGifSavedExtensionToGCB(gif.get(), i, &control);
+        if (record == EXTENSION_RECORD_TYPE && !ReadExtension(gif.get(), control)) {
+            problem = damaged + ErrorText(gif->Error) + ")";
+            return std::nullopt;
+        }
+        if (record != IMAGE_DESC_RECORD_TYPE) continue;
+        if (DGifGetImageDesc(gif.get()) != GIF_OK) {
+            problem = damaged + ErrorText(gif->Error) + ")";
+            return std::nullopt;
+        }
+        ImagePart part{gif->Image, {}};
+        if (part.place.Width <= 0 || part.place.Height <= 0 ||
+            unsigned(part.place.Width) > kMostPictureSide ||
+            unsigned(part.place.Height) > kMostPictureSide ||
+            (frames.size() + 1) * screen.grey.size() > kMostFrameBytes) {
+            problem = path + " has too many or too large frames to be read (frame " +
+                      std::to_string(frames.size() + 1) + ")";
+            return std::nullopt;
+        }
+        const ColorMapObject* colours =
+            gif->Image.ColorMap != nullptr ? gif->Image.ColorMap : gif->SColorMap;
+        if (colours == nullptr) {
+            problem = path + " has a frame without colours (frame " +
+                      std::to_string(frames.size() + 1) + ")";
+            return std::nullopt;
+        }
+        if (!ReadImageLines(gif.get(), part)) {
+            problem = damaged + ErrorText(gif->Error) + ")";
+            return std::nullopt;
+        }
         const GreyPicture before =
             control.DisposalMode == DISPOSE_PREVIOUS ? screen : GreyPicture{};
-        DrawImage(image, *colours, control.TransparentColor, screen);
+        Draw(part, *colours, control.TransparentColor, screen);
         frames.push_back(screen);
-        if (control.DisposalMode == DISPOSE_BACKGROUND) Clear(image.ImageDesc, screen);
+        if (control.DisposalMode == DISPOSE_BACKGROUND) Clear(part.place, screen);
         if (control.DisposalMode == DISPOSE_PREVIOUS) screen = before;
+        control = plain;
     }
     if (frames.empty()) {
         problem = path + " holds no frame";
