@@ -8,6 +8,11 @@ command -v g++ >/dev/null || need+=(g++)
 command -v pkg-config >/dev/null || need+=(pkg-config)
 [ -f /usr/include/gtest/gtest.h ] || need+=(libgtest-dev)
 [ -f /usr/include/gmock/gmock.h ] || need+=(libgmock-dev)
+# The pictures of velkport image-get/image-put (.png, .gif).
+[ -f /usr/include/png.h ] || need+=(libpng-dev)
+[ -f /usr/include/gif_lib.h ] || need+=(libgif-dev)
+# The pictures test writes and reads its PNG files by hand in Python.
+command -v python3 >/dev/null || need+=(python3)
 # What renders the manual pages (man -l), which the install check looks at.
 command -v man >/dev/null || need+=(man-db)
 command -v groff >/dev/null || need+=(groff-base)

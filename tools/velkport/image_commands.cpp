@@ -73,6 +73,14 @@ int ReadFrameRange(const Transfer& t, uint8_t id, FrameRange& range) {
     }
     range.frames = info.frameRanges[2u * id - 2];
     range.first = info.frameRanges[2u * id - 1];
+    range.width = info.numbers[3];
+    range.height = info.numbers[4];
+    for (std::size_t i = 1; i < info.frameRanges.size(); i += 2) {
+        const unsigned first = info.frameRanges[i];
+        if (first > range.first && (range.room == 0 || first - range.first < range.room)) {
+            range.room = first - range.first;
+        }
+    }
     return kExitDone;
 }
 
@@ -101,11 +109,7 @@ int ListImages(const Transfer& t) {
     return kExitDone;
 }
 
-int GetImage(const Transfer& t) {
-    const uint8_t id = t.plan.number;
-    FrameRange range;
-    if (int code = ReadFrameRange(t, id, range); code != kExitDone) return code;
-
+int ReadImage(const Transfer& t, uint8_t id, const FrameRange& range, ImageCopy& image) {
     ProgressBar bar(t.io.err, t.ShowsProgress(), ImageName(id), range.frames);
     const OperationEnd end = t.link.Run([id] { return velk_ReadAnim(id); },
                                         [&bar](uint32_t message) {
@@ -119,15 +123,26 @@ int GetImage(const Transfer& t) {
     if (velk_GetAnimData(&record) != 1 || record == nullptr) {
         return t.Report(kExitInternal, "the library held no image after reading it");
     }
-    const std::string name(record->name, std::min<std::size_t>(record->nameLength, 10));
-    const std::string text(reinterpret_cast<const char*>(record->data), record->size);
-    const unsigned paramFirst = record->animParamFirst;
-    const unsigned paramLast = record->animParamLast;
+    image.name.assign(record->name, std::min<std::size_t>(record->nameLength, 10));
+    image.text.assign(reinterpret_cast<const char*>(record->data), record->size);
+    image.paramFirst = record->animParamFirst;
+    image.paramLast = record->animParamLast;
+    return kExitDone;
+}
+
+int GetImage(const Transfer& t) {
+    const uint8_t id = t.plan.number;
+    FrameRange range;
+    if (int code = ReadFrameRange(t, id, range); code != kExitDone) return code;
+    if (t.plan.kind == FileKind::kPng || t.plan.kind == FileKind::kGif) return GetPicture(t, range);
+    ImageCopy image;
+    if (int code = ReadImage(t, id, range, image); code != kExitDone) return code;
+    const std::string& text = image.text;
     if (!t.Deliver(text)) return kExitFailure;
-    t.Summary() << "Read image " << static_cast<unsigned>(id) << " \"" << name
+    t.Summary() << "Read image " << static_cast<unsigned>(id) << " \"" << image.name
                 << "\": " << Counted(text.size() / kFrameLength, "frame") << " of " << kFrameLength
                 << " characters from frame " << range.first << " (written with --param-first "
-                << paramFirst << " --param-last " << paramLast << ")"
+                << image.paramFirst << " --param-last " << image.paramLast << ")"
                 << (t.args.output.empty() ? "" : ", saved to " + t.args.output) << ".\n";
     if (text.size() % kFrameLength != 0) {
         t.io.err << "velkport " << t.command << ": note: the phone sent "
@@ -142,6 +157,9 @@ int PutImage(const Transfer& t) {
     std::string text = t.plan.text;
     FrameRange range;
     if (int code = ReadFrameRange(t, id, range); code != kExitDone) return code;
+    if (!t.plan.bitmaps.empty()) {
+        if (int code = TextOfPictures(t, range, text); code != kExitDone) return code;
+    }
 
     AnimRecord record{};
     record.id = id;

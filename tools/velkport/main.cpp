@@ -35,6 +35,7 @@ constexpr Subcommand kSubcommands[] = {
     {"images", "print the phone's image information and frame table", &RunImages, true},
     {"image-get", "read an image, frame by frame, into a file", &RunImageGet, true},
     {"image-put", "write an image from a file of frames", &RunImagePut, true},
+    {"image-show", "draw an image's frames on the terminal", &RunImageShow, true},
     {"at", "run catalogue commands as one operation, the result as JSON", &RunAt, true},
     {"status", "print the phone's identity, signal, battery and network", &RunStatus, true},
     {"watch", "print what the phone reports of its own accord, until Ctrl-C", &RunWatch, true},

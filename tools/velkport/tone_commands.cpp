@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "velkport.h"
+#include "velkport/hex_bytes.h"
 #include "velkport/json_text.h"
 #include "velkport/transfer_context.h"
 
@@ -127,10 +128,19 @@ int GetTone(const Transfer& t) {
     if (!FetchTone(tone)) {
         return t.Report(kExitInternal, "the library held no tone after reading it");
     }
-    if (!t.Deliver(tone.text)) return kExitFailure;
+    // A tone whose text is hexadecimal is a file's bytes (the simulated
+    // phone's are MIDI files); any other text stays text even in a .mid.
+    const std::optional<std::string> bytes =
+        t.plan.kind == FileKind::kMidi ? BytesOfHex(tone.text) : std::nullopt;
+    if (!t.Deliver(bytes ? *bytes : tone.text)) return kExitFailure;
     t.Summary() << "Read tone " << static_cast<unsigned>(slot) << " \"" << tone.name
                 << "\": " << Counted(tone.text.size(), "character")
-                << (t.args.output.empty() ? "" : ", saved to " + t.args.output) << ".\n";
+                << (t.args.output.empty() ? "" : ", saved to " + t.args.output)
+                << (bytes ? " as " + Counted(bytes->size(), "byte") : "") << ".\n";
+    if (t.plan.kind == FileKind::kMidi && !bytes) {
+        t.io.err << "velkport " << t.command << ": note: the tone's text is not hexadecimal, so "
+                 << t.args.output << " holds it as text.\n";
+    }
     return kExitDone;
 }
 
@@ -153,7 +163,11 @@ int PutTone(const Transfer& t) {
         return code;
     }
     t.Summary() << "Wrote tone " << static_cast<unsigned>(slot) << " \"" << name
-                << "\": " << Counted(text.size(), "character") << ".\n";
+                << "\": " << Counted(text.size(), "character")
+                << (t.plan.kind == FileKind::kMidi ? ", the " + Counted(text.size() / 2, "byte") +
+                                                         " of " + t.args.positionals[2]
+                                                   : "")
+                << ".\n";
     return kExitDone;
 }
 

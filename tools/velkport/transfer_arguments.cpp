@@ -14,6 +14,24 @@ struct ExtraOption {
 constexpr ExtraOption kExtraOptions[] = {
     {"-o", kExtraOutput},           {"--output", kExtraOutput}, {"--param-first", kExtraParams},
     {"--param-last", kExtraParams}, {"--slots", kExtraSlots},   {"--json", kExtraJson},
+    {"--width", kExtraSize},        {"--height", kExtraSize},   {"--frame", kExtraFrame},
+    {"--frame-ms", kExtraFrameMs},
+};
+
+// The options with a wider number than a byte: their target and range.
+struct WideNumber {
+    std::string_view name;
+    unsigned TransferArgs::*target;
+    unsigned least;
+    unsigned most;
+};
+
+constexpr WideNumber kWideNumbers[] = {
+    {"--width", &TransferArgs::width, 1, 4096},
+    {"--height", &TransferArgs::height, 1, 4096},
+    {"--frame", &TransferArgs::frame, 1, 255},
+    // A GIF counts in hundredths of a second, up to 65535 of them.
+    {"--frame-ms", &TransferArgs::frameMs, 10, 655350},
 };
 
 const ExtraOption* FindExtra(std::string_view name) {
@@ -31,6 +49,16 @@ bool ReadExtra(std::string_view name, std::string_view value, TransferArgs& pars
             return false;
         }
         parsed.output = std::string(value);
+        return true;
+    }
+    for (const WideNumber& wide : kWideNumbers) {
+        if (wide.name != name) continue;
+        unsigned& target = parsed.*wide.target;
+        if (!ReadWholeNumber(value, target) || target < wide.least || target > wide.most) {
+            problem = std::string(name) + " needs a number from " + std::to_string(wide.least) +
+                      " to " + std::to_string(wide.most) + ", not \"" + std::string(value) + "\"";
+            return false;
+        }
         return true;
     }
     uint8_t& target = name == "--param-first"  ? parsed.paramFirst

@@ -1,6 +1,7 @@
 // The arguments of the transfer subcommands: the link options, the
-// subcommand's own numbers, names and files, -o, --param-first/--param-last
-// and --slots, in any order.
+// subcommand's own numbers, names and files, -o, --param-first/--param-last,
+// --slots, and the pictures' --width/--height, --frame and --frame-ms, in
+// any order.
 #pragma once
 
 #include <cstdint>
@@ -16,10 +17,13 @@ namespace velk::cli {
 // The options beyond the link options that a subcommand takes.
 enum TransferExtra : unsigned {
     kExtraNone = 0,
-    kExtraOutput = 1,  // -o FILE
-    kExtraParams = 2,  // --param-first X --param-last Y
-    kExtraSlots = 4,   // --slots N
-    kExtraJson = 8,    // --json
+    kExtraOutput = 1,    // -o FILE
+    kExtraParams = 2,    // --param-first X --param-last Y
+    kExtraSlots = 4,     // --slots N
+    kExtraJson = 8,      // --json
+    kExtraSize = 16,     // --width W --height H
+    kExtraFrame = 32,    // --frame K
+    kExtraFrameMs = 64,  // --frame-ms MS
 };
 
 struct TransferArgs {
@@ -33,6 +37,11 @@ struct TransferArgs {
     uint8_t slots = 0;
     bool json = false;
     bool help = false;
+    // A frame's size in dots; 0: the one the phone's image information gives.
+    unsigned width = 0;
+    unsigned height = 0;
+    unsigned frame = 0;    // the frame a PNG shows; 0: not given, the first
+    unsigned frameMs = 0;  // how long a GIF shows each frame; 0: not given, 200 ms
 };
 
 // Reads `args` for a subcommand that takes the plain arguments named in

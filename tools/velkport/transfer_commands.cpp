@@ -31,38 +31,65 @@ constexpr TransferCommand kTransferCommands[] = {
     {"tone-get", "SLOT", kExtraOutput, &PrepareToneGet, &GetTone,
      "velkport [LINK OPTIONS] tone-get SLOT [-o FILE]",
      "Reads the ring tone in SLOT (1 to 255) and writes its text, as the phone\n"
-     "holds it, to FILE or to standard output.\n"
+     "holds it, to FILE or to standard output. A FILE ending in .mid (or .midi)\n"
+     "gets the bytes of a tone whose text is hexadecimal, as the simulated\n"
+     "phone's MIDI tones are; any other tone text stays text.\n"
      "  -o, --output FILE  where the text goes (default: standard output)\n"},
     {"tone-put", "SLOT NAME FILE", kExtraNone, &PrepareTonePut, &PutTone,
      "velkport [LINK OPTIONS] tone-put SLOT NAME FILE",
      "Writes the text in FILE as the ring tone NAME (1 to 10 bytes) into SLOT\n"
      "(1 to 255), in chunks of 128 characters. The text may have up to 32511\n"
      "characters and no line end inside; one line end at the end of the file is\n"
-     "not part of it. A write that stops half way leaves the slot incomplete:\n"
-     "write it again.\n"},
+     "not part of it. A FILE ending in .mid (or .midi) goes as its bytes in\n"
+     "hexadecimal digits, up to 16255 bytes. A write that stops half way leaves\n"
+     "the slot incomplete: write it again.\n"},
     {"images", "", kExtraJson, nullptr, &ListImages, "velkport [LINK OPTIONS] images [--json]",
      "Reads the phone's image information and prints it: a name, five values,\n"
      "value 1 to value 5, whose meaning lies with the phone (velkport(1) tells\n"
      "what the simulated phone puts in each), and the frame table, the number\n"
      "of frames and the first frame of each image.\n"
      "  --json  print one JSON object instead, for scripts\n"},
-    {"image-get", "N", kExtraOutput, &PrepareImageGet, &GetImage,
-     "velkport [LINK OPTIONS] image-get N [-o FILE]",
+    {"image-get", "N", kExtraOutput | kExtraSize | kExtraFrame | kExtraFrameMs, &PrepareImageGet,
+     &GetImage,
+     "velkport [LINK OPTIONS] image-get N [-o FILE] [--frame K] [--frame-ms MS] [--width W "
+     "--height H]",
      "Reads image N (from 1, as the frame table lists it) frame by frame and\n"
      "writes the frames' texts of 1536 characters, one after the other, to FILE\n"
-     "or to standard output. On a terminal a progress bar counts the frames.\n"
-     "  -o, --output FILE  where the frames go (default: standard output)\n"},
-    {"image-put", "N NAME FILE", kExtraParams, &PrepareImagePut, &PutImage,
-     "velkport [LINK OPTIONS] image-put N NAME FILE [--param-first X] [--param-last Y]",
+     "or to standard output. A FILE ending in .png gets one frame as a black and\n"
+     "white picture, one ending in .gif every frame as an animated picture. On a\n"
+     "terminal a progress bar counts the frames.\n"
+     "  -o, --output FILE  where the frames go (default: standard output)\n"
+     "  --frame K          the frame a .png shows (default 1)\n"
+     "  --frame-ms MS      how long a .gif shows each frame (10 to 655350,\n"
+     "                     default 200)\n"
+     "  --width W, --height H\n"
+     "                     a frame's size in dots (default: value 4 and value 5\n"
+     "                     of the image information)\n"},
+    {"image-put", "N NAME FILE", kExtraParams | kExtraSize, &PrepareImagePut, &PutImage,
+     "velkport [LINK OPTIONS] image-put N NAME FILE [--param-first X] [--param-last Y] "
+     "[--width W --height H]",
      "Writes the frames in FILE (texts of 1536 characters one after the other,\n"
      "at most 42; one line end at the end of the file is not part of them) as\n"
-     "image N named NAME (1 to 10 bytes), from the image's first frame on. On a\n"
-     "terminal a progress bar counts the frames. A write that stops half way\n"
-     "leaves the image incomplete: write it again.\n"
+     "image N named NAME (1 to 10 bytes), from the image's first frame on. A\n"
+     "FILE ending in .png or .gif is a picture of the phone's frame size, each\n"
+     "frame of a GIF a frame; colour and grey are dithered to dark and light\n"
+     "dots. On a terminal a progress bar counts the frames. A write that stops\n"
+     "half way leaves the image incomplete: write it again.\n"
      "  --param-first X  first value of each frame's parameter (0 to 255,\n"
      "                   default 25)\n"
      "  --param-last Y   last value of it (0 to 255, default 0); the frame count\n"
-     "                   stands between the two\n"},
+     "                   stands between the two\n"
+     "  --width W, --height H\n"
+     "                   a frame's size in dots (default: value 4 and value 5\n"
+     "                   of the image information)\n"},
+    {"image-show", "N", kExtraSize | kExtraFrame, &PrepareImageShow, &ShowImage,
+     "velkport [LINK OPTIONS] image-show N [--frame K] [--width W --height H]",
+     "Reads image N and draws its frames on the terminal, two rows of dots to a\n"
+     "line of half blocks, a dark dot drawn and a light one blank.\n"
+     "  --frame K  draw frame K only\n"
+     "  --width W, --height H\n"
+     "             a frame's size in dots (default: value 4 and value 5 of the\n"
+     "             image information)\n"},
     {"at", "TEXT...", kExtraNone, &PrepareAt, &RunAtCommands, "velkport [LINK OPTIONS] at TEXT...",
      "Runs the catalogue commands TEXT (one to 64, each as one argument, e.g.\n"
      "AT+CSQ 'AT+CPBR=1,10'; \"#61 AT+CMGR=3\" names a command's row where\n"
@@ -168,6 +195,9 @@ int RunImageGet(CommandArgs args, const CommandIo& io) {
 }
 int RunImagePut(CommandArgs args, const CommandIo& io) {
     return RunTransferCommand("image-put", args, io);
+}
+int RunImageShow(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("image-show", args, io);
 }
 int RunAt(CommandArgs args, const CommandIo& io) {
     return RunTransferCommand("at", args, io);

@@ -6,8 +6,9 @@
 //   velkport [LINK OPTIONS] tone-get SLOT [-o FILE]
 //   velkport [LINK OPTIONS] tone-put SLOT NAME FILE
 //   velkport [LINK OPTIONS] images
-//   velkport [LINK OPTIONS] image-get N [-o FILE]
+//   velkport [LINK OPTIONS] image-get N [-o FILE] [--frame K] [--frame-ms MS]
 //   velkport [LINK OPTIONS] image-put N NAME FILE [--param-first X --param-last Y]
+//   velkport [LINK OPTIONS] image-show N [--frame K]
 //   velkport [LINK OPTIONS] at TEXT...
 //   velkport [LINK OPTIONS] status [--json]
 //   velkport [LINK OPTIONS] watch [--json]
@@ -26,6 +27,7 @@ int RunTonePut(CommandArgs args, const CommandIo& io);
 int RunImages(CommandArgs args, const CommandIo& io);
 int RunImageGet(CommandArgs args, const CommandIo& io);
 int RunImagePut(CommandArgs args, const CommandIo& io);
+int RunImageShow(CommandArgs args, const CommandIo& io);
 int RunAt(CommandArgs args, const CommandIo& io);
 int RunStatus(CommandArgs args, const CommandIo& io);
 int RunWatch(CommandArgs args, const CommandIo& io);

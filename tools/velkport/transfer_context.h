@@ -9,7 +9,9 @@
 #include <string_view>
 
 #include "velkport/command_io.h"
+#include "velkport/frame_bitmap.h"
 #include "velkport/phone_link.h"
+#include "velkport/picture_files.h"
 #include "velkport/transfer_arguments.h"
 #include "velkport/transfer_files.h"
 #include "velkport/transfer_outcome.h"
@@ -23,6 +25,8 @@ struct TransferPlan {
     std::string name;                    // of a write
     std::string text;                    // of a write: the input file's text
     std::unique_ptr<OutputFile> output;  // of a read with -o
+    FileKind kind = FileKind::kText;     // of the file a read goes to or a write comes from
+    std::vector<Bitmap> bitmaps;         // of an image write from a picture
 };
 
 struct Transfer {
@@ -59,6 +63,7 @@ int PrepareToneGet(const TransferArgs& args, TransferPlan& plan, std::string& pr
 int PrepareTonePut(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareImageGet(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareImagePut(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareImageShow(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareAt(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 
 // The bodies, one per subcommand: the link stands when they run.
@@ -68,6 +73,7 @@ int PutTone(const Transfer& t);
 int ListImages(const Transfer& t);
 int GetImage(const Transfer& t);
 int PutImage(const Transfer& t);
+int ShowImage(const Transfer& t);
 int RunAtCommands(const Transfer& t);
 int ShowStatus(const Transfer& t);
 int WatchNotices(const Transfer& t);
@@ -77,8 +83,29 @@ int WatchNotices(const Transfer& t);
 struct FrameRange {
     unsigned frames = 0;
     unsigned first = 0;
+    // The frames the image may take before the next image's first one; 0:
+    // no image follows it.
+    unsigned room = 0;
+    // A frame's size in dots: the image information's value 4 and value 5.
+    unsigned width = 0;
+    unsigned height = 0;
 };
 int ReadFrameRange(const Transfer& t, uint8_t id, FrameRange& range);
+
+// Image `id`, read frame by frame with a progress bar after ReadFrameRange.
+struct ImageCopy {
+    std::string name;
+    std::string text;  // the frames' texts one after the other
+    unsigned paramFirst = 0;
+    unsigned paramLast = 0;
+};
+int ReadImage(const Transfer& t, uint8_t id, const FrameRange& range, ImageCopy& image);
+
+// The pictures of an image write as the frames' text for image `range`;
+// the image read into the picture -o names (a .png or .gif). kExitDone or
+// the exit code, reported.
+int TextOfPictures(const Transfer& t, const FrameRange& range, std::string& text);
+int GetPicture(const Transfer& t, const FrameRange& range);
 
 // "1 frame", "3 frames".
 std::string Counted(std::size_t count, std::string_view noun);

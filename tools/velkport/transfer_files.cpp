@@ -23,6 +23,14 @@ std::optional<std::string> BreakingCharacter(const std::string& text, const char
 }  // namespace
 
 std::optional<std::string> ReadTransferFile(const std::string& path, std::string& problem) {
+    std::optional<std::string> text = ReadWholeFile(path, problem);
+    if (!text) return std::nullopt;
+    if (text->ends_with('\n')) text->pop_back();
+    if (text->ends_with('\r')) text->pop_back();
+    return text;
+}
+
+std::optional<std::string> ReadWholeFile(const std::string& path, std::string& problem) {
     std::error_code error;
     if (std::filesystem::is_directory(path, error)) {
         problem = path + " is a directory, not a file";
@@ -44,8 +52,6 @@ std::optional<std::string> ReadTransferFile(const std::string& path, std::string
         problem = "cannot read " + path + ": " + std::strerror(errno);
         return std::nullopt;
     }
-    if (text.ends_with('\n')) text.pop_back();
-    if (text.ends_with('\r')) text.pop_back();
     return text;
 }
 

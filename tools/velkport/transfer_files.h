@@ -19,6 +19,8 @@ inline constexpr std::size_t kMostNameLength = 10;     // bytes
 // The text of the file at `path` (its last line end dropped), or nothing
 // with `problem` set to a sentence that names the file.
 std::optional<std::string> ReadTransferFile(const std::string& path, std::string& problem);
+// The same, every byte of it: a picture's or a tone's file.
+std::optional<std::string> ReadWholeFile(const std::string& path, std::string& problem);
 
 // The file a read goes to, looked at before anything goes to the phone so
 // that a transfer never ends in a file it cannot write. A file that Check

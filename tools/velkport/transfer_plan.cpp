@@ -3,6 +3,7 @@
 // transfer.
 #include <ostream>
 
+#include "velkport/hex_bytes.h"
 #include "velkport/link_options.h"
 #include "velkport/transfer_context.h"
 
@@ -50,22 +51,86 @@ int ReadWriteArguments(const TransferArgs& args, TransferPlan& plan, std::string
     return kExitDone;
 }
 
+bool IsPicture(FileKind kind) {
+    return kind == FileKind::kPng || kind == FileKind::kGif;
+}
+
+// The picture options fit the file: --width/--height a picture's, --frame
+// a PNG's, --frame-ms a GIF's; image-show (`showing`) draws any frame.
+int CheckPictureOptions(const TransferArgs& args, FileKind kind, bool showing,
+                        std::string& problem) {
+    if ((args.width != 0 || args.height != 0) && !IsPicture(kind) && !showing) {
+        problem = "--width and --height apply to a picture only, a .png or .gif file";
+        return kExitUsage;
+    }
+    if (args.frame != 0 && kind != FileKind::kPng && !showing) {
+        problem = "--frame applies to a .png file only; a .gif holds every frame";
+        return kExitUsage;
+    }
+    if (args.frameMs != 0 && kind != FileKind::kGif) {
+        problem = "--frame-ms applies to a .gif file only";
+        return kExitUsage;
+    }
+    return kExitDone;
+}
+
+// The frames of a PNG or GIF, dithered to dots.
+int ReadPictures(const std::string& path, FileKind kind, TransferPlan& plan, std::string& problem) {
+    const std::optional<std::string> bytes = ReadWholeFile(path, problem);
+    if (!bytes) return kExitUsage;
+    const std::optional<std::vector<GreyPicture>> pictures =
+        kind == FileKind::kPng ? ReadPng(*bytes, path, problem) : ReadGif(*bytes, path, problem);
+    if (!pictures) return kExitUsage;
+    if (pictures->size() > kMostFrames) {
+        problem = path + " has " + std::to_string(pictures->size()) + " frames; at most " +
+                  std::to_string(kMostFrames) + " can be written at once";
+        return kExitUsage;
+    }
+    plan.bitmaps.clear();
+    for (const GreyPicture& picture : *pictures) plan.bitmaps.push_back(Dither(picture));
+    return kExitDone;
+}
+
 }  // namespace
 
 int PrepareToneGet(const TransferArgs& args, TransferPlan& plan, std::string& problem) {
     if (int code = ReadNumberArgument(args, "a slot", plan, problem); code != kExitDone)
         return code;
+    plan.kind = KindOfFile(args.output);
     return CheckOutput(args, plan, problem);
 }
 
 int PrepareTonePut(const TransferArgs& args, TransferPlan& plan, std::string& problem) {
     if (int code = ReadNumberArgument(args, "a slot", plan, problem); code != kExitDone)
         return code;
-    return ReadWriteArguments(args, plan, problem, &ToneTextProblem);
+    const std::string& path = args.positionals[2];
+    plan.kind = KindOfFile(path);
+    if (plan.kind != FileKind::kMidi) {
+        return ReadWriteArguments(args, plan, problem, &ToneTextProblem);
+    }
+    // A MIDI file goes to the phone as its bytes' hexadecimal digits.
+    plan.name = args.positionals[1];
+    if (std::optional<std::string> bad = NameProblem(plan.name)) {
+        problem = *bad;
+        return kExitUsage;
+    }
+    const std::optional<std::string> bytes = ReadWholeFile(path, problem);
+    if (!bytes) return kExitUsage;
+    if (bytes->empty() || bytes->size() > kMostToneLength / 2) {
+        problem = path + " has " + std::to_string(bytes->size()) + " bytes; a tone file has 1 to " +
+                  std::to_string(kMostToneLength / 2) + " (two hexadecimal digits a byte)";
+        return kExitUsage;
+    }
+    plan.text = HexOfBytes(*bytes);
+    return kExitDone;
 }
 
 int PrepareImageGet(const TransferArgs& args, TransferPlan& plan, std::string& problem) {
     if (int code = ReadNumberArgument(args, "an image number", plan, problem); code != kExitDone) {
+        return code;
+    }
+    plan.kind = KindOfFile(args.output);
+    if (int code = CheckPictureOptions(args, plan.kind, false, problem); code != kExitDone) {
         return code;
     }
     return CheckOutput(args, plan, problem);
@@ -75,7 +140,25 @@ int PrepareImagePut(const TransferArgs& args, TransferPlan& plan, std::string& p
     if (int code = ReadNumberArgument(args, "an image number", plan, problem); code != kExitDone) {
         return code;
     }
-    return ReadWriteArguments(args, plan, problem, &ImageTextProblem);
+    const std::string& path = args.positionals[2];
+    plan.kind = KindOfFile(path);
+    if (int code = CheckPictureOptions(args, plan.kind, false, problem); code != kExitDone) {
+        return code;
+    }
+    if (!IsPicture(plan.kind)) return ReadWriteArguments(args, plan, problem, &ImageTextProblem);
+    plan.name = args.positionals[1];
+    if (std::optional<std::string> bad = NameProblem(plan.name)) {
+        problem = *bad;
+        return kExitUsage;
+    }
+    return ReadPictures(path, plan.kind, plan, problem);
+}
+
+int PrepareImageShow(const TransferArgs& args, TransferPlan& plan, std::string& problem) {
+    if (int code = ReadNumberArgument(args, "an image number", plan, problem); code != kExitDone) {
+        return code;
+    }
+    return CheckPictureOptions(args, FileKind::kText, true, problem);
 }
 
 bool Transfer::Deliver(const std::string& text) const {
