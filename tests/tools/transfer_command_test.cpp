@@ -527,7 +527,7 @@ TEST_F(TransferCommand, StatusHasEachKeyWithThePhonesValues) {
               "{\"manufacturer\":\"Velkport\",\"model\":\"VP-1 phone simulator\","
               "\"revision\":\"1.0.0\",\"imei\":\"350000000000017\",\"imsi\":"
               "\"001010123456789\",\"signal\":24,\"signal_dbm\":-65,\"battery\":85,"
-              "\"registration\":\"home\",\"operator\":null}\n");
+              "\"registration\":\"home\",\"operator\":\"00101\"}\n");
     // A phone without AT+CBC: the commands after it are still asked.
     phonesim::SimulatorOptions noBattery;
     noBattery.refusals.push_back({"AT+CBC", "ERROR"});
