@@ -290,7 +290,9 @@ int SendMessage(const Transfer& t) {
     const OperationEnd end = RunWithBody(t, command, t.args.positionals[1]);
     if (!Done(end)) return ReportEnd(t, end, {command}, "sending the message to " + number);
     std::string reference;
-    for (const std::string_view block : JsonObjects(CommandResult())) {
+    // The views point into `result`, which must outlive the loop.
+    const std::string result = CommandResult();
+    for (const std::string_view block : JsonObjects(result)) {
         const std::string_view value = JsonField(block, "reference");
         if (!value.empty()) reference = value;
     }
