@@ -1,8 +1,9 @@
 // A strict reader of JSON for the fuzz targets: it tells whether a text is
 // exactly one JSON value (RFC 8259), with nothing but blanks around it.
 // Beyond the grammar it holds the library's printer to its own promise:
-// every byte is printable ASCII (the phone's other bytes go out as \u00XX,
-// its control bytes as escapes) and no object names a key twice.
+// every byte is ASCII and none is a control byte (the phone's bytes above 127
+// and below 32 go out as escapes; DEL, which JSON lets stand, stays as it
+// is) and no object names a key twice.
 #pragma once
 
 #include <cstddef>
@@ -107,7 +108,8 @@ class JsonCheck {
         while (More()) {
             const char c = text_[at_++];
             if (c == '"') return true;
-            if (c < 0x20 || c > 0x7E) return false;
+            if (static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) > 0x7F)
+                return false;
             raw += c;
             if (c != '\\') continue;
             const char escape = Peek();
