@@ -421,8 +421,9 @@ TEST_F(TransferCommand, FailuresEndWithTheirExitCodeAndSentence) {
         EXPECT_EQ(ran.code, row.code);
         EXPECT_THAT(ran.err, HasSubstr("velkport " + std::string(row.command) + ": " + row.says));
     }
-    for (const char* command : {"tones", "tone-get", "tone-put", "images", "image-get", "image-put",
-                                "at", "status", "watch"}) {
+    for (const char* command :
+         {"tones", "tone-get", "tone-put", "images", "image-get", "image-put", "at", "status",
+          "watch", "messages", "message-get", "message-delete", "message-send"}) {
         const Ran help = Velkport(command, {"--help"});
         EXPECT_EQ(help.code, kExitDone);
         EXPECT_THAT(help.out, HasSubstr(std::string("usage: velkport [LINK OPTIONS] ") + command));
