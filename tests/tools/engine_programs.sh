@@ -74,6 +74,12 @@ start_phone --refuse 'AT+CMGS==+CMS ERROR: 330'
 run 4 message-send +15550100 "Hi"
 has "$work/err" "velkport message-send: the phone refused AT+CMGS=\"+15550100\" with \"+CMS ERROR: 330\": the phone knows no service centre to send through."
 stop_phone
+# A phone that answers OK without its prompt sent nothing the library knows of.
+start_phone --refuse 'AT+CMGS==OK'
+run 0 message-send +15550100 "Hi"
+[ -s "$work/out" ] && fail "message-send without a reference printed: $(cat "$work/out")"
+has "$work/err" "velkport message-send: the phone answered OK but gave no message reference: whether the message went out is not known."
+stop_phone
 
 # 4. watch shows the +CMTI of the message when the network brings it in.
 # velkport holds the device while it runs, so the phone's report comes a

@@ -299,10 +299,13 @@ int SendMessage(const Transfer& t) {
     if (t.args.json) {
         t.io.out << "{\"number\":" << JsonString(number)
                  << ",\"reference\":" << (reference.empty() ? "null" : reference) << "}\n";
-    } else if (reference.empty()) {
-        t.io.out << "Sent the message to " << number << "; the phone gave no reference.\n";
-    } else {
+    } else if (!reference.empty()) {
         t.io.out << "Sent the message to " << number << ", reference " << reference << ".\n";
+    }
+    // 27.005 phones name every message they send by its reference.
+    if (reference.empty()) {
+        t.io.err << "velkport message-send: the phone answered OK but gave no message "
+                    "reference: whether the message went out is not known.\n";
     }
     return kExitDone;
 }
