@@ -10,6 +10,11 @@
 // of a line as the prompt, and the worker must write the text with its Ctrl-Z
 // exactly once, and nothing else.
 //
+// Every block is also printed as the library prints it for an application
+// (ResultBlockToJson, as velk_GetCommandResult and velk_GetNotices hand it
+// over) and must be one valid JSON object of printable ASCII: the phone's
+// over-long texts and its control and high bytes come out escaped.
+//
 // Input: one byte choosing the command in flight (0-228: id 13-241, anything
 // above: no command waits), one byte of reading forms (bits 0-1 the "+CMGR"
 // form, bit 2 the "+CMGL" form, bits 3-6 the last service reply kind, 8 and
@@ -25,6 +30,7 @@
 #include <string>
 #include <string_view>
 
+#include "decode/result_json.h"
 #include "engine/command_block.h"
 #include "engine/command_catalogue.h"
 #include "engine/command_text_builder.h"
@@ -32,6 +38,7 @@
 #include "engine/thread_ids.h"
 #include "engine/worker_thread.h"
 #include "fuzz_input.h"
+#include "json_check.h"
 #include "platform/thread_messages.h"
 #include "response/reply_forms.h"
 #include "serial/line_assembler.h"
@@ -47,7 +54,8 @@ constexpr uint8_t kIdCount = kLastCommandId - kFirstCommandId + 1;
 class LinePath {
   public:
     LinePath(LineAssembler& assembler, CATWorkerThread::CommandInFlight command,
-             ReplySelectors selectors) {
+             ReplySelectors selectors)
+        : readForm_(selectors.messageReadForm) {
         CATWorkerThread::Setup setup;
         setup.link.takeText = &TakeLineText;
         setup.link.sendCommand = [](std::string&) { return 1; };
@@ -74,7 +82,7 @@ class LinePath {
     // Frees every result. Draining after each read keeps the queue far from
     // full: a full queue would make the worker's posts wait for ever on this
     // one thread.
-    static void Drain() {
+    void Drain() const {
         ThreadMessage message;
         while (PeekThreadMessage(message)) {
             if (message.wParam != kResultParam || message.lParam == 0) std::abort();
@@ -85,10 +93,15 @@ class LinePath {
                 !(message.message == kFinalErrorMessage && block->resultId == kResultError)) {
                 std::abort();
             }
+            const std::string json =
+                ResultBlockToJson(*block, FormChoice{readForm_, NoticeFormHead(message.message)});
+            if (!json.starts_with("{\"resultId\":") || !JsonCheck::Valid(json)) std::abort();
             FreeResultBlock(block);
         }
     }
 
+    // The message-read form in force, for the forms two blocks share.
+    uint32_t readForm_;
     // The text with its Ctrl-Z, which the one write after the prompt must be.
     std::string expectedText_;
     int textsWritten_ = 0;
@@ -116,6 +129,23 @@ std::string CommandTextFor(int32_t id, std::string text) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace velk;
     using namespace velk::fuzz;
+    // A checker that took anything would let every fault through.
+    static const bool checked = [] {
+        constexpr std::string_view kGood[] = {
+            R"({"resultId":3,"message":"a\"\\\u001b","values":[1,-2,0.5e3],"x":null})", "[]"};
+        constexpr std::string_view kBad[] = {
+            "{\"a\":1,\"a\":2}", "{\"a\":\"\x01\"}", "{\"a\":\"\xe9\"}",
+            "{\"a\":\"\\x\"}",   "{\"a\":01}",       "{\"a\":1,}",
+            "{\"a\":1} x",       "{\"a\":\"cut",     "{\"a\":\"\\u00e\"}"};
+        for (std::string_view good : kGood) {
+            if (!JsonCheck::Valid(good)) std::abort();
+        }
+        for (std::string_view bad : kBad) {
+            if (JsonCheck::Valid(bad)) std::abort();
+        }
+        return true;
+    }();
+    (void)checked;
     static const ThreadId self = [] {
         const ThreadId id = EnsureThreadQueue();
         controllerThreadId = id;

@@ -102,6 +102,25 @@ def line_path_seeds(replies):
     write("line_path", "prompt_echo",
           prompted(65, b"Hi\rthere", b"\r\n> Hi\r\r\n> there\x1a" + sent))
     write("line_path", "prompt_refused", prompted(65, b"Hi", b"\r\n+CMS ERROR: 304\r\n\r\n> "))
+    # A phone that never sends the prompt: garbage in its place, a final
+    # reply alone, or nothing at all.
+    write("line_path", "prompt_garbage",
+          prompted(65, b"Hi", b"\r\n>> \r\n?\x00\xff>\r\n \x3e\r\n"))
+    write("line_path", "prompt_never", prompted(69, b"Hi", b"\r\nOK\r\n"))
+    write("line_path", "prompt_silent", prompted(65, b"Hi", b""))
+    # Texts the JSON printer must escape: over-long, control and high bytes,
+    # quotes and backslashes, in answers and in notices.
+    write("line_path", "json_hostile_name",
+          line_path_input(13, "AT+CPBR=1",
+                          ['+CPBR: 1,"+49",145,"' + 'A\x01\x1b"\\\xff' * 40 + '"', "OK"]))
+    write("line_path", "json_hostile_notice",
+          line_path_input(0, "", ['+CMTI: "S\x7f\x80",3', '+CREG: 1,"\x1f"',
+                                  '+CMT: "+1\\",,"26/01/01"', "text \x00\xfe"]))
+    write("line_path", "json_hostile_operator",
+          line_path_input(185, "AT+COPS?", ['+COPS: 0,2,"' + "9" * 300 + '"', "OK"]))
+    write("line_path", "json_hostile_list",
+          line_path_input(94, 'AT+CMGL="ALL"', ['+CMGL: 1,"REC UNREAD","+1\x02",,"\x1b[2J"',
+                                                  "\x00\x07\xc3\xa9" * 100, "OK"]))
 
 
 def builder_seeds():

@@ -225,5 +225,32 @@ TEST_F(FakePhoneTest, TransferTellsOfNoticesOnlyWhenTheyAreOn) {
     }
 }
 
+// An image read, a run of commands, whose every frame reply is followed by
+// reports before the next command goes out; notices left off: the window
+// carries the read's own messages and nothing else, and the frames come
+// whole. (A report amid a transfer command's own reply is a line the
+// command refuses, notices on or off.)
+TEST_F(FakePhoneTest, ImageReadBetweenReportsTellsOnlyItsOwnMessagesWithNoticesOff) {
+    model.AddImage(2, 1);
+    model.AddImage(3, 10);
+    const std::string frames = Frames(3, 70);
+    for (int f = 0; f < 3; ++f) {
+        Lines lines = phonesim::FramePartLines(10 + f, "Sunrise", "250310",
+                                               frames.substr(f * kFrame, kFrame));
+        lines.insert(lines.end(), {"OK", "+CMTI: \"SM\",5", "+CREG: 1"});
+        phone.Reply("AT+IMGR=" + std::to_string(10 + f), lines);
+    }
+    ASSERT_EQ(Begin(), 1);
+    ASSERT_TRUE(Request([] { return velk_ReadAnim(2); }));
+    EXPECT_EQ(window.UntilFinal(), (Messages{VELK_MSG_ANIM_READ_PROGRESS,
+                                             VELK_MSG_ANIM_READ_PROGRESS, VELK_MSG_ANIM_READ}));
+    AnimRecord* image = nullptr;
+    ASSERT_EQ(velk_GetAnimData(&image), 1);
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(Text(image->data, image->size), frames);
+    EXPECT_TRUE(window.Quiet(200));
+    EXPECT_EQ(Notices(), "{\"dropped\":0,\"notices\":[]}");
+}
+
 }  // namespace
 }  // namespace velk::test

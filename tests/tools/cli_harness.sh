@@ -18,6 +18,9 @@ fail() {
 
 # Starts velkport-phone with the given options; its device lands in $device.
 start_phone() {
+    # Emptied here, before the phone starts: its own redirection may come
+    # after the first look, which would then read the last phone's device.
+    : >"$work/phone-out"
     "$phone" "$@" >"$work/phone-out" 2>"$work/phone-err" &
     phone_pid=$!
     device=

@@ -113,6 +113,9 @@ TEST(PhoneModel, AnswersEachCommandAsAPhoneDoes) {
         {"AT+CREG?", {"+CREG: 0,1", "OK"}},
         {"AT+COPS=3,2", {"OK"}},
         {"AT+COPS?", {"+COPS: 0,2,\"00101\"", "OK"}},
+        {"AT+COPS=3,0,\"\"", {"OK"}},
+        {"AT+COPS?", {"+COPS: 0,0,\"Velkport Mobile\"", "OK"}},
+        {"AT+COPS=1,2,\"00102\"", {"+CME ERROR: 4"}},
     };
     PhoneStore store;
     PhoneModel model(store);

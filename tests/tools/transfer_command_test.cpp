@@ -421,8 +421,9 @@ TEST_F(TransferCommand, FailuresEndWithTheirExitCodeAndSentence) {
         EXPECT_EQ(ran.code, row.code);
         EXPECT_THAT(ran.err, HasSubstr("velkport " + std::string(row.command) + ": " + row.says));
     }
-    for (const char* command : {"tones", "tone-get", "tone-put", "images", "image-get", "image-put",
-                                "at", "status", "watch"}) {
+    for (const char* command :
+         {"tones", "tone-get", "tone-put", "images", "image-get", "image-put", "at", "status",
+          "watch", "messages", "message-get", "message-delete", "message-send"}) {
         const Ran help = Velkport(command, {"--help"});
         EXPECT_EQ(help.code, kExitDone);
         EXPECT_THAT(help.out, HasSubstr(std::string("usage: velkport [LINK OPTIONS] ") + command));
@@ -527,7 +528,7 @@ TEST_F(TransferCommand, StatusHasEachKeyWithThePhonesValues) {
               "{\"manufacturer\":\"Velkport\",\"model\":\"VP-1 phone simulator\","
               "\"revision\":\"1.0.0\",\"imei\":\"350000000000017\",\"imsi\":"
               "\"001010123456789\",\"signal\":24,\"signal_dbm\":-65,\"battery\":85,"
-              "\"registration\":\"home\",\"operator\":null}\n");
+              "\"registration\":\"home\",\"operator\":\"00101\"}\n");
     // A phone without AT+CBC: the commands after it are still asked.
     phonesim::SimulatorOptions noBattery;
     noBattery.refusals.push_back({"AT+CBC", "ERROR"});

@@ -75,8 +75,9 @@ void OperatorList(PhoneState&, std::string_view, Reply& reply) {
     reply = {line + ",(0,1,3,4),(0,1,2)", kOk};
 }
 
-// AT+COPS=0 (automatic, as it is) and AT+COPS=3,<format>; choosing an
-// operator by hand is not supported.
+// AT+COPS=0 (automatic, as it is) and AT+COPS=3,<format>, which sets only
+// the format and passes over an <oper> behind it as 27.007 has it; choosing
+// an operator by hand is not supported.
 void OperatorChoose(PhoneState& state, std::string_view arguments, Reply& reply) {
     const auto split = SplitArguments(arguments);
     int mode = 0;
@@ -89,8 +90,8 @@ void OperatorChoose(PhoneState& state, std::string_view arguments, Reply& reply)
         reply.push_back(kOk);
         return;
     }
-    if (mode == 3 && split->size() == 2 && NumberAt(*split, 1, format) && format >= 0 &&
-        format < static_cast<int>(std::size(kOperators[0].names))) {
+    if (mode == 3 && (split->size() == 2 || split->size() == 3) && NumberAt(*split, 1, format) &&
+        format >= 0 && format < static_cast<int>(std::size(kOperators[0].names))) {
         state.operatorFormat = format;
         reply.push_back(kOk);
         return;

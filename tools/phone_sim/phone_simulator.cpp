@@ -160,6 +160,7 @@ void PhoneSimulator::Serve() {
         TakeInput(Clock::now());
         if (!line_.IsOpen() || !WriteOutput(Clock::now())) break;
         SendDueNotice(Clock::now());
+        SendHeldNotices(Clock::now());
 
         const Clock::time_point now = Clock::now();
         const std::optional<Clock::time_point> until = NextWake(now);
@@ -307,7 +308,19 @@ void PhoneSimulator::Queue(std::string bytes, Clock::time_point now, bool endsRe
 }
 
 void PhoneSimulator::QueueNotices(const Reply& notices, Clock::time_point now) {
-    if (!notices.empty()) Queue(ReplyBytes(nullptr, notices, false), now, false);
+    if (notices.empty()) return;
+    if (options_.noticeDelay.count() > 0) {
+        heldNotices_.emplace_back(now + options_.noticeDelay, notices);
+        return;
+    }
+    Queue(ReplyBytes(nullptr, notices, false), now, false);
+}
+
+void PhoneSimulator::SendHeldNotices(Clock::time_point now) {
+    while (!heldNotices_.empty() && heldNotices_.front().first <= now && BetweenCommands()) {
+        Queue(ReplyBytes(nullptr, heldNotices_.front().second, false), now, false);
+        heldNotices_.pop_front();
+    }
 }
 
 // Between commands: nothing of a reply left to send, and no command or
@@ -324,7 +337,7 @@ void PhoneSimulator::SendDueNotice(Clock::time_point now) {
         std::lock_guard<std::mutex> hold(mutex_);
         report = model_->RegistrationNotice();
     }
-    if (report) QueueNotices({*report}, now);
+    if (report) Queue(ReplyBytes(nullptr, {*report}, false), now, false);
 }
 
 bool PhoneSimulator::WriteOutput(Clock::time_point now) {
@@ -370,6 +383,9 @@ std::optional<PhoneSimulator::Clock::time_point> PhoneSimulator::NextWake(
     // again: whatever ends the command wakes the phone anyway.
     if (options_.notify && BetweenCommands()) {
         next = next ? std::min(*next, nextNotice_) : nextNotice_;
+    }
+    if (!heldNotices_.empty() && BetweenCommands()) {
+        next = next ? std::min(*next, heldNotices_.front().first) : heldNotices_.front().first;
     }
     return next;
 }

@@ -85,6 +85,9 @@ class PhoneSimulator {
     void Queue(std::string bytes, Clock::time_point now, bool endsReply);
     // Unsolicited lines as a reply leaves them: each on a line of its own.
     void QueueNotices(const Reply& notices, Clock::time_point now);
+    // With --notice-delay, the reports held back that are due, once the line
+    // is between commands.
+    void SendHeldNotices(Clock::time_point now);
     // With --notify, the registration report once it is due and the line is
     // between commands.
     void SendDueNotice(Clock::time_point now);
@@ -120,7 +123,8 @@ class PhoneSimulator {
     Clock::time_point frontReady_{};  // when the first piece of output may start
     Clock::time_point commandStart_{};
     Clock::time_point nextNotice_{};
-    bool held_ = false;            // the computer sent XOFF
+    std::deque<std::pair<Clock::time_point, Reply>> heldNotices_;  // when due, what
+    bool held_ = false;                                            // the computer sent XOFF
     bool waitingForRoom_ = false;  // the computer does not read: wait for POLLOUT
     std::mt19937 random_;
 };

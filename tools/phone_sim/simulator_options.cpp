@@ -81,6 +81,10 @@ Options:
   --entries N          names in the SIM's phone book, 0 or more (default 250)
   --notify             start with AT+CREG=1 and send +CREG: 1 every 2 seconds,
                        only between commands, never inside a reply
+  --notice-delay MS    send the reports a reply brings (the +CMTI of a message
+                       to the phone's own number) MS milliseconds after it,
+                       between commands, as a network that takes its time
+                       (default 0: right behind the reply)
   --help               show this text
   --version            print the version and end
 
@@ -139,9 +143,9 @@ ParseOutcome ParseSimulatorArguments(const std::vector<std::string>& arguments,
             options.notify = true;
             continue;
         }
-        static const char* const kWithValue[] = {"--store", "--refuse", "--hangup-after",
-                                                 "--baud",  "--log",    "--timestamps",
-                                                 "--seed",  "--entries"};
+        static const char* const kWithValue[] = {"--store", "--refuse",  "--hangup-after",
+                                                 "--baud",  "--log",     "--timestamps",
+                                                 "--seed",  "--entries", "--notice-delay"};
         bool known = false;
         for (const char* name : kWithValue) known = known || option == name;
         if (!known) {
@@ -174,6 +178,12 @@ ParseOutcome ParseSimulatorArguments(const std::vector<std::string>& arguments,
                 return ParseOutcome::kUsageError;
             }
             options.entries = number;
+        } else if (option == "--notice-delay") {
+            if (!ReadCount(value, number)) {
+                error = "--notice-delay needs a whole number of milliseconds, not " + value;
+                return ParseOutcome::kUsageError;
+            }
+            options.noticeDelay = std::chrono::milliseconds(number);
         } else if (!ReadCount(value, number) || (option != "--seed" && number == 0)) {
             error = option;
             error += " needs a whole number above 0, not ";

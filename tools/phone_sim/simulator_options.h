@@ -30,6 +30,9 @@ struct SimulatorOptions {
     uint32_t entries = 250;     // names in the SIM's phone book
     bool notify = false;        // +CREG reports between commands
     std::chrono::milliseconds notifyEvery{2000};
+    // The reports that follow a reply (the +CMTI of a message to the phone's
+    // own number) go out this much later, between commands; 0: right behind it.
+    std::chrono::milliseconds noticeDelay{0};
 };
 
 enum class ParseOutcome { kRun, kHelp, kUsageError };

@@ -10,6 +10,7 @@
 
 #include "engine/command_parser.h"
 #include "velkport.h"
+#include "velkport/command_run.h"
 #include "velkport/json_fields.h"
 #include "velkport/json_text.h"
 #include "velkport/transfer_context.h"
@@ -20,48 +21,6 @@ namespace {
 // The most commands one operation runs.
 constexpr std::size_t kMostCommands = 64;
 
-// The place of the refused command in the list, from the library's
-// "command <n>: <the phone's line>", and the phone's line.
-struct Refusal {
-    std::size_t position = 0;
-    std::string line;
-};
-
-Refusal ReadRefusal(const LibraryFailure& failure) {
-    Refusal refusal{0, failure.text};
-    const std::string_view text = failure.text;
-    constexpr std::string_view kHead = "command ";
-    const std::size_t colon = text.find(": ");
-    if (text.starts_with(kHead) && colon != std::string_view::npos) {
-        const char* first = text.data() + kHead.size();
-        const char* last = text.data() + colon;
-        if (std::from_chars(first, last, refusal.position).ptr == last) {
-            refusal.line = text.substr(colon + 2);
-        }
-    }
-    return refusal;
-}
-
-// Runs `texts` as one operation.
-OperationEnd RunList(const Transfer& t, const std::vector<std::string>& texts) {
-    std::vector<const char*> pointers;
-    pointers.reserve(texts.size());
-    for (const std::string& text : texts) pointers.push_back(text.c_str());
-    return t.link.Run(
-        [&] { return velk_RunCommands(pointers.data(), static_cast<int>(pointers.size())); });
-}
-
-bool HasResult(const OperationEnd& end) {
-    return end.kind == OperationEnd::Kind::kFinal &&
-           (end.message == VELK_MSG_COMMAND_DONE || end.message == VELK_MSG_COMMAND_REFUSED ||
-            end.message == VELK_MSG_TIMED_OUT);
-}
-
-std::string CommandResult() {
-    const char* json = nullptr;
-    return velk_GetCommandResult(&json) == 1 && json != nullptr ? json : "";
-}
-
 // ---- status
 
 struct StatusItem {
@@ -70,10 +29,11 @@ struct StatusItem {
     const char* field;  // the field of the result block that holds the value
 };
 
-// The library reads a +COPS? answer only with the operator in its numeric
-// form; a phone set to another form leaves the operator out. (AT+COPS=3,2,
-// which would set it, is no text of the catalogue: its AT+COPS= takes the
-// operator too, and phones refuse that with mode 3.)
+// The library reads the operator of a +COPS? answer only in its numeric
+// form ("00101"); many phones answer with the long name unless told
+// otherwise. AT+COPS=3,2 sets the form without touching the registration;
+// the catalogue's AT+COPS= always writes an operator, which 27.007 has the
+// phone pass over in mode 3. An item without a key only prepares the next.
 constexpr StatusItem kStatusItems[] = {
     {"AT+CGMI", "manufacturer", "text"},
     {"AT+CGMM", "model", "text"},
@@ -83,6 +43,7 @@ constexpr StatusItem kStatusItems[] = {
     {"AT+CSQ", "signal", "rssi"},
     {"AT+CBC", "battery", "chargeLevel"},
     {"AT+CREG?", "registration", "state"},
+    {"AT+COPS=3,2,\"\"", nullptr, nullptr},
     {"AT+COPS?", "operator", "operatorName"},
 };
 constexpr std::size_t kStatusCount = std::size(kStatusItems);
@@ -140,6 +101,7 @@ void PrintStatus(const Transfer& t, const std::vector<std::string>& raws) {
     if (t.args.json) out << '{';
     for (std::size_t i = 0; i < kStatusCount; ++i) {
         const char* key = kStatusItems[i].key;
+        if (key == nullptr) continue;
         const StatusValue value = ValueOf(key, raws[i]);
         const bool isSignal = std::string_view(key) == "signal";
         const std::string dbm = isSignal ? SignalDbm(raws[i]) : std::string();
@@ -253,7 +215,8 @@ int ShowStatus(const Transfer& t) {
             const std::string_view place = JsonField(block, "command");
             std::from_chars(place.data(), place.data() + place.size(), position);
             const std::size_t item = start + position;
-            if (item >= kStatusCount || !raws[item].empty()) continue;
+            if (item >= kStatusCount || kStatusItems[item].key == nullptr || !raws[item].empty())
+                continue;
             raws[item] = JsonField(block, kStatusItems[item].field);
             unread[item] = raws[item].empty() && JsonField(block, "form") == "\"ResultError\"";
         }

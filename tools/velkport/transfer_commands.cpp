@@ -102,12 +102,13 @@ constexpr TransferCommand kTransferCommands[] = {
      "command and the phone's error line.\n"},
     {"status", "", kExtraJson, nullptr, &ShowStatus, "velkport [LINK OPTIONS] status [--json]",
      "Asks the phone who and how it is (AT+CGMI, AT+CGMM, AT+CGMR, AT+CGSN,\n"
-     "AT+CIMI, AT+CSQ, AT+CBC, AT+CREG? and AT+COPS?) and prints\n"
-     "one \"key: value\" line for each of manufacturer, model, revision, imei,\n"
-     "imsi, signal (the rssi, 0 to 31 or 99, with its dBm), battery (the charge\n"
-     "level), registration (home, roaming, searching, denied, unknown or not\n"
-     "registered) and operator (read only where the phone gives its numeric\n"
-     "code, as after AT+COPS=3,2). A command the phone refuses, or an answer\n"
+     "AT+CIMI, AT+CSQ, AT+CBC, AT+CREG?, then AT+COPS=3,2,\"\" and AT+COPS?)\n"
+     "and prints one \"key: value\" line for each of manufacturer, model,\n"
+     "revision, imei, imsi, signal (the rssi, 0 to 31 or 99, with its dBm),\n"
+     "battery (the charge level), registration (home, roaming, searching,\n"
+     "denied, unknown or not registered) and operator (its numeric code, e.g.\n"
+     "26201: AT+COPS=3,2 asks the phone for that form, the one velkport reads,\n"
+     "and leaves it so). A command the phone refuses, or an answer\n"
      "that cannot be read, is named on standard error and its key left out\n"
      "(null in JSON); the other commands are still asked.\n"
      "  --json  print one JSON object instead, with signal_dbm beside signal\n"
@@ -117,6 +118,35 @@ constexpr TransferCommand kTransferCommands[] = {
      "registration, ...) as it comes, one line each: the form and its fields,\n"
      "until Ctrl-C, which ends the link and exits with 130.\n"
      "  --json  print each as the JSON object velkport decode prints\n"},
+    {"messages", "", kExtraJson, nullptr, &ListMessages,
+     "velkport [LINK OPTIONS] messages [--json]",
+     "Lists every message the phone stores (AT+CMGF=1, AT+CSCS=\"IRA\", then\n"
+     "AT+CMGL=\"ALL\", as one operation): for each its index, state (REC\n"
+     "UNREAD, REC READ, STO UNSENT or STO SENT), address and time stamp on one\n"
+     "line, its text on the lines below. The phone counts an unread message\n"
+     "listed as read from then on. Texts cross the line in ASCII; a byte above\n"
+     "127 that a phone sends anyway shows as \"?\".\n"
+     "  --json  print one JSON array instead, an object for each message with\n"
+     "          index, state, address, timestamp and text\n"},
+    {"message-get", "INDEX", kExtraJson, &PrepareMessageIndex, &GetMessage,
+     "velkport [LINK OPTIONS] message-get INDEX [--json]",
+     "Reads the message at INDEX (AT+CMGR=INDEX in text mode) and prints it as\n"
+     "messages does. An index that holds no message is refused by the phone,\n"
+     "usually with +CMS ERROR: 321.\n"
+     "  --json  print one JSON object instead, with the keys of messages --json\n"},
+    {"message-delete", "INDEX", kExtraNone, &PrepareMessageIndex, &DeleteMessage,
+     "velkport [LINK OPTIONS] message-delete INDEX",
+     "Deletes the message at INDEX (AT+CMGD=INDEX). Many phones take the\n"
+     "deletion of an empty index without complaint.\n"},
+    {"message-send", "NUMBER TEXT", kExtraJson, &PrepareMessageSend, &SendMessage,
+     "velkport [LINK OPTIONS] message-send NUMBER TEXT [--json]",
+     "Sends TEXT (one argument, at most 160 characters, plain ASCII and line\n"
+     "ends) to NUMBER (digits, + in front for an international one) with\n"
+     "AT+CMGS in text mode, and prints the reference the phone gave the\n"
+     "message. A character ASCII has not is refused before the device is\n"
+     "opened: the text goes out in the phone's IRA character set. A text that\n"
+     "begins with - goes behind --.\n"
+     "  --json  print {\"number\":...,\"reference\":...} instead\n"},
 };
 
 constexpr const char* kExitCodes =
@@ -207,6 +237,18 @@ int RunStatus(CommandArgs args, const CommandIo& io) {
 }
 int RunWatch(CommandArgs args, const CommandIo& io) {
     return RunTransferCommand("watch", args, io);
+}
+int RunMessages(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("messages", args, io);
+}
+int RunMessageGet(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("message-get", args, io);
+}
+int RunMessageDelete(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("message-delete", args, io);
+}
+int RunMessageSend(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("message-send", args, io);
 }
 
 }  // namespace velk::cli

@@ -12,6 +12,10 @@
 //   velkport [LINK OPTIONS] at TEXT...
 //   velkport [LINK OPTIONS] status [--json]
 //   velkport [LINK OPTIONS] watch [--json]
+//   velkport [LINK OPTIONS] messages [--json]
+//   velkport [LINK OPTIONS] message-get INDEX [--json]
+//   velkport [LINK OPTIONS] message-delete INDEX
+//   velkport [LINK OPTIONS] message-send NUMBER TEXT [--json]
 #pragma once
 
 #include <string_view>
@@ -31,6 +35,10 @@ int RunImageShow(CommandArgs args, const CommandIo& io);
 int RunAt(CommandArgs args, const CommandIo& io);
 int RunStatus(CommandArgs args, const CommandIo& io);
 int RunWatch(CommandArgs args, const CommandIo& io);
+int RunMessages(CommandArgs args, const CommandIo& io);
+int RunMessageGet(CommandArgs args, const CommandIo& io);
+int RunMessageDelete(CommandArgs args, const CommandIo& io);
+int RunMessageSend(CommandArgs args, const CommandIo& io);
 
 // Runs the transfer subcommand `name` with the built-in phone (when it
 // serves) behaving as `simulated` says; the exit code. Unknown names: 2.

@@ -65,6 +65,8 @@ int PrepareImageGet(const TransferArgs& args, TransferPlan& plan, std::string& p
 int PrepareImagePut(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareImageShow(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareAt(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareMessageIndex(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareMessageSend(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 
 // The bodies, one per subcommand: the link stands when they run.
 int ListTones(const Transfer& t);
@@ -77,6 +79,10 @@ int ShowImage(const Transfer& t);
 int RunAtCommands(const Transfer& t);
 int ShowStatus(const Transfer& t);
 int WatchNotices(const Transfer& t);
+int ListMessages(const Transfer& t);
+int GetMessage(const Transfer& t);
+int DeleteMessage(const Transfer& t);
+int SendMessage(const Transfer& t);
 
 // The image-information read at the start of an image transfer, and the
 // frame count of image `id` from its table; a failure's exit code otherwise.
