@@ -16,10 +16,13 @@ namespace velk::cli {
 // The options beyond the link options that a subcommand takes.
 enum TransferExtra : unsigned {
     kExtraNone = 0,
-    kExtraOutput = 1,  // -o FILE
-    kExtraParams = 2,  // --param-first X --param-last Y
-    kExtraSlots = 4,   // --slots N
-    kExtraJson = 8,    // --json
+    kExtraOutput = 1,   // -o FILE
+    kExtraParams = 2,   // --param-first X --param-last Y
+    kExtraSlots = 4,    // --slots N
+    kExtraJson = 8,     // --json
+    kExtraMemory = 16,  // --memory M
+    kExtraVcard = 32,   // --vcard
+    kExtraFind = 64,    // --find TEXT
 };
 
 struct TransferArgs {
@@ -33,6 +36,9 @@ struct TransferArgs {
     uint8_t slots = 0;
     bool json = false;
     bool help = false;
+    std::string memory = "SM";  // the phone book of the contact subcommands
+    bool vcard = false;
+    std::string find;  // empty: the whole phone book
 };
 
 // Reads `args` for a subcommand that takes the plain arguments named in

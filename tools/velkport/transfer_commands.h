@@ -11,6 +11,10 @@
 //   velkport [LINK OPTIONS] at TEXT...
 //   velkport [LINK OPTIONS] status [--json]
 //   velkport [LINK OPTIONS] watch [--json]
+//   velkport [LINK OPTIONS] contacts [--memory M] [--json|--vcard] [--find TEXT]
+//   velkport [LINK OPTIONS] contact-put INDEX NUMBER NAME [--memory M]
+//   velkport [LINK OPTIONS] contact-delete INDEX [--memory M]
+//   velkport [LINK OPTIONS] contacts-restore FILE.vcf [--memory M] [--json]
 #pragma once
 
 #include <string_view>
@@ -29,6 +33,10 @@ int RunImagePut(CommandArgs args, const CommandIo& io);
 int RunAt(CommandArgs args, const CommandIo& io);
 int RunStatus(CommandArgs args, const CommandIo& io);
 int RunWatch(CommandArgs args, const CommandIo& io);
+int RunContacts(CommandArgs args, const CommandIo& io);
+int RunContactPut(CommandArgs args, const CommandIo& io);
+int RunContactDelete(CommandArgs args, const CommandIo& io);
+int RunContactsRestore(CommandArgs args, const CommandIo& io);
 
 // Runs the transfer subcommand `name` with the built-in phone (when it
 // serves) behaving as `simulated` says; the exit code. Unknown names: 2.

@@ -60,6 +60,10 @@ int PrepareTonePut(const TransferArgs& args, TransferPlan& plan, std::string& pr
 int PrepareImageGet(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareImagePut(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareAt(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareContacts(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareContactPut(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareContactDelete(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareContactsRestore(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 
 // The bodies, one per subcommand: the link stands when they run.
 int ListTones(const Transfer& t);
@@ -71,6 +75,10 @@ int PutImage(const Transfer& t);
 int RunAtCommands(const Transfer& t);
 int ShowStatus(const Transfer& t);
 int WatchNotices(const Transfer& t);
+int ListContacts(const Transfer& t);
+int PutContact(const Transfer& t);
+int DeleteContact(const Transfer& t);
+int RestoreContacts(const Transfer& t);
 
 // The image-information read at the start of an image transfer, and the
 // frame count of image `id` from its table; a failure's exit code otherwise.
