@@ -153,7 +153,7 @@ int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tole
         if (refused < front.size() || refused >= run.size() ||
             !tolerated(next + refused - front.size(), line)) {
             return t_.Report(kExitRefused,
-                             "the phone refused " + text + " with \"" + line + "\" " + doing);
+                             "the phone refused " + text + " with \"" + line + "\" while " + doing);
         }
         next += refused - front.size() + 1;
     }
