@@ -57,7 +57,7 @@ const Subcommand* FindSubcommand(std::string_view name) {
 }
 
 void PrintUsage(std::ostream& out) {
-    constexpr std::size_t kNameColumn = 12;
+    constexpr std::size_t kNameColumn = 18;
     out << "usage: velkport [LINK OPTIONS] SUBCOMMAND [OPTIONS]\n"
            "       velkport help [SUBCOMMAND] | --help | --version\n\nSubcommands:\n";
     for (const Subcommand& sub : kSubcommands) {
