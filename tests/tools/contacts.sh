@@ -73,6 +73,13 @@ cmp -s "$work/out" "$work/want.vcf" ||
 run 0 contacts --find Zo --json
 [ "$(grep -c '"name":"Zoë ' "$work/out")" -eq 11 ] && ! grep -q '"name":"[^Z]' "$work/out" ||
     fail "contacts --find Zo did not give the eleven Zoë: $(cat "$work/out")"
+# A text longer than AT+CPBF= takes is asked by its first seven characters
+# ("Ingrid ", eleven names) and the answer narrowed to the one meant.
+run 0 contacts --find "Ingrid Ødegård" --json
+[ "$(grep -c '"name":' "$work/out")" -eq 1 ] && grep -qF '"name":"Ingrid Ødegård"' "$work/out" ||
+    fail "contacts --find \"Ingrid Ødegård\" did not give that one name: $(cat "$work/out")"
+grep -q '^AT+CPBF="0049006E00670072006900640020"$' "$work/log" ||
+    fail "the long find text was not asked by its first seven characters"
 run 2 contacts --json --vcard
 stop_phone
 
@@ -115,6 +122,10 @@ grep -qxF "  {\"index\":100,\"number\":\"0301\",\"type\":129,\"name\":\"$party\"
 run 0 contacts --memory ME --vcard --find "Zoë Å"
 [ "$(grep -c '^BEGIN:VCARD' "$work/out")" -eq 1 ] && grep -qxF "FN:$zoe"$'\r' "$work/out" ||
     fail "contacts --find \"Zoë Å\" --vcard did not give $zoe alone: $(cat "$work/out")"
+run 0 contact-put 97 555 "" --memory ME
+run 0 contacts --memory ME --json
+grep -qxF '  {"index":97,"number":"555","type":129,"name":""},' "$work/out" ||
+    fail "an entry without a name did not read back: $(grep '"index":97' "$work/out")"
 writes=$(grep -c '^AT+CPBW=' "$work/log")
 run 2 contact-put 98 1 "ABCDEFGHIJKLMNO🎉" --memory ME
 said "velkport contact-put: the name \"ABCDEFGHIJKLMNO🎉\" takes 17 UTF-16 units, and names in the phone book ME have room for 16; nothing was written."

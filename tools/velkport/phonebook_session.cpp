@@ -120,6 +120,16 @@ int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tole
         const bool done =
             end.kind == OperationEnd::Kind::kFinal &&
             (end.message == VELK_MSG_COMMAND_DONE || end.message == VELK_MSG_COMMAND_REFUSED);
+        if (end.kind == OperationEnd::Kind::kNotTaken) {
+            // A text the library's catalogue does not take is ours to
+            // mend, not the link's fault.
+            if (const LibraryFailure cause = LastFailure(); cause.code == VELK_ERR_COMMAND_TEXT) {
+                return t_.Report(kExitInternal,
+                                 "velkport made a command the library does not "
+                                 "take (" +
+                                     cause.text + ") while " + doing);
+            }
+        }
         if (!done) return t_.Report(end, {"", doing});
         const char* json = nullptr;
         const std::string result = velk_GetCommandResult(&json) == 1 && json ? json : "";
@@ -133,9 +143,11 @@ int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tole
         for (const std::string_view object : JsonObjects(result)) {
             const std::size_t place = static_cast<std::size_t>(
                 NumberOf(JsonField(object, "command"), static_cast<int>(run.size())));
-            if (place < front.size() || place >= run.size() || place == refused) continue;
+            if (place < front.size() || place >= run.size()) continue;
             const std::size_t position = next + place - front.size();
-            if (JsonField(object, "form") == "\"ResultError\"") {
+            const bool error = JsonField(object, "form") == "\"ResultError\"";
+            if (place == refused && error) continue;  // the refusal itself
+            if (error) {
                 // A line the library could not read amid the answer: what
                 // it held is lost, the rest of the answer is not.
                 t_.io.err << "velkport " << t_.command << ": a line of the answer to "
@@ -295,9 +307,12 @@ int PhonebookSession::Write(const std::vector<ContactEntry>& entries) {
     for (const ContactEntry& entry : entries) {
         std::string text = "AT+CPBW=" + std::to_string(entry.index);
         if (!entry.number.empty()) {
-            text += ",\"" + entry.number + "\"," + std::to_string(NumberType(entry.number)) +
-                    ",\"" + LineText(entry.name) + "\"";
+            text += ",\"" + entry.number + "\"," + std::to_string(NumberType(entry.number));
         }
+        // An entry without a name leaves the name out: an empty text is no
+        // text of the catalogue's.
+        if (!entry.number.empty() && !entry.name.empty())
+            text += ",\"" + LineText(entry.name) + "\"";
         texts.push_back(std::move(text));
     }
     std::vector<Block> blocks;
