@@ -66,6 +66,8 @@ cmp -s "$work/out" "$work/want.json" ||
 commands=$(wc -l <"$work/log")
 [ "$commands" -le 20 ] || fail "reading 250 entries took $commands commands on the line"
 grep -q '^AT+CSCS="UCS2"$' "$work/log" || fail "the names were not asked for in UCS2"
+run 0 at 'AT+CSCS?'
+grep -qF '"characterSet":"GSM"' "$work/out" || fail "contacts left the phone in another character set: $(cat "$work/out")"
 run 0 contacts --vcard
 expected_vcard 250 >"$work/want.vcf"
 cmp -s "$work/out" "$work/want.vcf" ||
@@ -152,6 +154,12 @@ stop_phone
 start_phone --refuse 'AT+CPBR=1,'
 run 4 contacts
 said "velkport contacts: the phone refused AT+CPBR=1,125 with \"ERROR\" while reading the phone book SM."
+stop_phone
+start_phone --refuse 'AT+CPBR=1,=+CME ERROR: 22' --refuse 'AT+CPBR=126,=+CME ERROR: 22'
+run 0 contacts --json
+[ "$(cat "$work/out")" = "[]" ] || fail "two ranges answered with +CME ERROR: 22 did not give an empty book"
+run 0 at 'AT+CSCS?'
+grep -qF '"characterSet":"GSM"' "$work/out" || fail "a read ended by a refusal left the phone in another set"
 stop_phone
 start_phone --refuse 'AT+CPBR=1,=+CME ERROR: 22'
 run 0 contacts --json

@@ -53,6 +53,7 @@ bool ReadRange(std::string_view text, int& first, int& last) {
     return first >= 0 && last >= first;
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the list, then the set
 // Whether the list of AT+CSCS=?, ("IRA","GSM","UCS2") or (IRA,GSM,UCS2),
 // names `set`.
 bool Offers(std::string_view list, std::string_view set) {
@@ -103,15 +104,24 @@ int NumberType(const std::string& number) {
 int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tolerance& tolerated,
                                std::vector<Block>& blocks, const char* doing, bool chooseSet) {
     std::vector<std::string> front;
+    std::vector<std::string> back;
     if (chooseSet && !layout_.characterSet.empty()) {
         front.push_back("AT+CSCS=\"" + layout_.characterSet + "\"");
+        if (!layout_.formerSet.empty() && layout_.formerSet != layout_.characterSet) {
+            back.push_back("AT+CSCS=\"" + layout_.formerSet + "\"");
+        }
     }
     std::size_t next = 0;
+    bool restored = true;  // the phone's former set chosen again after the last run
     while (next < texts.size()) {
+        restored = true;
         std::vector<std::string> run = front;
-        const std::size_t take = std::min(texts.size() - next, kMostCommands - front.size());
+        const std::size_t take =
+            std::min(texts.size() - next, kMostCommands - front.size() - back.size());
         run.insert(run.end(), texts.begin() + static_cast<std::ptrdiff_t>(next),
                    texts.begin() + static_cast<std::ptrdiff_t>(next + take));
+        const std::size_t backFrom = run.size();
+        run.insert(run.end(), back.begin(), back.end());
         std::vector<const char*> pointers;
         pointers.reserve(run.size());
         for (const std::string& text : run) pointers.push_back(text.c_str());
@@ -143,7 +153,7 @@ int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tole
         for (const std::string_view object : JsonObjects(result)) {
             const std::size_t place = static_cast<std::size_t>(
                 NumberOf(JsonField(object, "command"), static_cast<int>(run.size())));
-            if (place < front.size() || place >= run.size()) continue;
+            if (place < front.size() || place >= backFrom) continue;
             const std::size_t position = next + place - front.size();
             const bool error = JsonField(object, "form") == "\"ResultError\"";
             if (place == refused && error) continue;  // the refusal itself
@@ -157,17 +167,27 @@ int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tole
             }
             blocks.push_back({position, std::string(object)});
         }
-        if (end.message == VELK_MSG_COMMAND_DONE) {
+        // A phone that will not go back to its former set has still
+        // answered all that was asked.
+        if (end.message == VELK_MSG_COMMAND_DONE || refused >= backFrom) {
             next += take;
             continue;
         }
         const std::string& text = run[std::min(refused, run.size() - 1)];
-        if (refused < front.size() || refused >= run.size() ||
-            !tolerated(next + refused - front.size(), line)) {
+        if (refused < front.size() || !tolerated(next + refused - front.size(), line)) {
             return t_.Report(kExitRefused,
                              "the phone refused " + text + " with \"" + line + "\" while " + doing);
         }
         next += refused - front.size() + 1;
+        restored = back.empty();
+    }
+    if (!restored) {
+        // The last text was refused, and the set with it was not chosen
+        // again: one operation more, whatever its end.
+        std::vector<const char*> pointers;
+        for (const std::string& text : back) pointers.push_back(text.c_str());
+        t_.link.Run(
+            [&] { return velk_RunCommands(pointers.data(), static_cast<int>(pointers.size())); });
     }
     return kExitDone;
 }
@@ -177,11 +197,11 @@ int PhonebookSession::Open(const std::string& memory) {
     layout_.memory = memory;
     // A phone without the list, the storage query or the range still has
     // a phone book: only the choice of the memory must be taken.
-    const std::vector<std::string> texts = {"AT+CSCS=?", "AT+CPBS=\"" + memory + "\"", "AT+CPBS?",
-                                            "AT+CPBR=?"};
+    const std::vector<std::string> texts = {"AT+CSCS=?", "AT+CSCS?", "AT+CPBS=\"" + memory + "\"",
+                                            "AT+CPBS?", "AT+CPBR=?"};
     std::vector<Block> blocks;
     const int code = RunSteps(
-        texts, [](std::size_t position, const std::string&) { return position != 1; }, blocks,
+        texts, [](std::size_t position, const std::string&) { return position != 2; }, blocks,
         ("choosing the phone book " + memory).c_str(), false);
     if (code != kExitDone) return code;
     std::string sets;
@@ -190,7 +210,9 @@ int PhonebookSession::Open(const std::string& memory) {
     bool ranged = false;
     for (const Block& block : blocks) {
         const std::string form = Field(block.json, "form");
-        if (form == "ResultCharacterSets") {
+        if (form == "ResultCharacterSet") {
+            layout_.formerSet = Field(block.json, "characterSet");
+        } else if (form == "ResultCharacterSets") {
             sets = Field(block.json, "characterSets");
             listed = true;
         } else if (form == "ResultPhonebookStorage") {

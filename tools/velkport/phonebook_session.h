@@ -34,6 +34,10 @@ struct BookLayout {
     // "UCS2" or "IRA"; empty when the phone lists no character sets: its
     // own is left as it is and read as IRA.
     std::string characterSet;
+    // The set the phone had before (AT+CSCS?), chosen again at the end of
+    // each operation so that the phone is left as it was found; empty when
+    // not told.
+    std::string formerSet;
     int first = 1;
     int last = 0;
     int numberLength = 0;  // 0: not told
