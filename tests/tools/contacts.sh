@@ -167,4 +167,12 @@ run 0 contacts --json
     fail "a range answered with +CME ERROR: 22 did not leave the next range read: $(head -n 3 "$work/out")"
 stop_phone
 
+# 7. A read that misses entries the phone counts (here it answers the first
+# range with OK alone) restores nothing: a missed entry would look free.
+start_phone --entries 60 --refuse 'AT+CPBR=1,=OK' --log "$work/log"
+run 4 contacts-restore "$work/saved.vcf"
+said "velkport contacts-restore: the phone book SM holds 60 entries by the phone's count, but only 0 could be read: nothing was written, so that none is written over; try again."
+grep -q '^AT+CPBW=' "$work/log" && fail "a restore after a read that missed entries wrote"
+stop_phone
+
 exit "$failures"

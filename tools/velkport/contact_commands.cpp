@@ -186,6 +186,17 @@ int RestoreContacts(const Transfer& t) {
     std::vector<ContactEntry> held;
     if (int code = book.ReadAll(held); code != kExitDone) return code;
     const BookLayout& layout = book.Layout();
+    // An entry whose line could not be read would look like a free place:
+    // better no restore than one over it.
+    if (layout.used >= 0 && held.size() < static_cast<std::size_t>(layout.used)) {
+        return t.Report(kExitRefused, "the phone book " + layout.memory + " holds " +
+                                          std::to_string(layout.used) +
+                                          (layout.used == 1 ? " entry" : " entries") +
+                                          " by the phone's count, but only " +
+                                          std::to_string(held.size()) +
+                                          " could be read: nothing was written, so that none is "
+                                          "written over; try again");
+    }
     std::vector<ContactEntry> writes;
     std::size_t next = 0;
     for (int index = layout.first; index <= layout.last && writes.size() < cards.size(); ++index) {
