@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 
 extern char** environ;
 
@@ -104,6 +105,20 @@ ProgramOutcome RunProgram(const ProgramRun& run) {
     outcome.endNs = MonotonicNs();
     if (!outcome.timedOut && WIFEXITED(status)) outcome.exitStatus = WEXITSTATUS(status);
     return outcome;
+}
+
+bool OnPath(const std::string& program) {
+    const char* path = std::getenv("PATH");
+    std::string directories = path != nullptr ? path : "/usr/bin:/bin";
+    std::size_t from = 0;
+    while (from <= directories.size()) {
+        std::size_t to = directories.find(':', from);
+        if (to == std::string::npos) to = directories.size();
+        const std::string candidate = directories.substr(from, to - from) + "/" + program;
+        if (access(candidate.c_str(), X_OK) == 0) return true;
+        from = to + 1;
+    }
+    return false;
 }
 
 }  // namespace velk::bench

@@ -26,6 +26,9 @@ struct ProgramOutcome {
 
 ProgramOutcome RunProgram(const ProgramRun& run);
 
+// Whether `program` is an executable file in a directory of $PATH.
+bool OnPath(const std::string& program);
+
 // The monotonic clock in ns, the clock of the phone's timestamps.
 int64_t MonotonicNs();
 

@@ -17,6 +17,7 @@ struct BenchSettings {
     std::string phoneProgram;  // velkport-phone
     std::string floorProgram;  // velk-stop-and-wait
     std::string modemShim;     // the preload library for the peers
+    std::string cliProgram;    // velkport, for the phone-book read
     std::string workDir;
     int frames = 42;
     int toneBytes = 32000;
@@ -24,6 +25,7 @@ struct BenchSettings {
     int starts = 10;
     uint32_t baud = 115200;
     bool peers = false;
+    int bookRounds = 5;  // of the phone-book read, each side
     // RTS/CTS by default: the kernel then hands the bytes of the line on as
     // they come, as it does for the floor's raw line. With XON/XOFF its line
     // discipline looks at every byte received for the flow characters, which
@@ -54,6 +56,9 @@ void MeasureStartStop(BenchState& state);
 void MeasureIdle(BenchState& state);
 // (f) the peers against the same phone.
 void MeasurePeers(BenchState& state);
+// (g) a full phone book read through velkport contacts, beside gammu with
+// peers, and paced at the line rate.
+void MeasureContacts(BenchState& state);
 
 // What the bare stop-and-wait client did with groups of command lines, one
 // run of the client per group, all on one fresh phone (so that a read finds

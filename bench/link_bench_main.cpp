@@ -14,10 +14,11 @@ namespace {
 
 constexpr const char kUsage[] =
     "usage: velk-bench-link [--frames N] [--tone-bytes N] [--idle-seconds N] [--starts N]\n"
-    "                       [--parts abcdf] [--peers] [--xon-xoff] [--work DIR]\n"
-    "                       [--no-header]\n"
+    "                       [--parts abcdfg] [--peers] [--xon-xoff] [--work DIR]\n"
+    "                       [--book-rounds N] [--no-header]\n"
     "Parts: (a) own time per command, (b) the line rate, (c) start and stop,\n"
-    "(d) idle CPU, (f) the peers (with --peers). All by default.\n"
+    "(d) idle CPU, (f) the peers (with --peers), (g) a phone book of 250\n"
+    "read by velkport contacts (beside gammu with --peers). All by default.\n"
     "The library's line has RTS/CTS flow, or XON/XOFF with --xon-xoff.\n";
 
 bool ReadInt(const char* text, int& value) {
@@ -37,8 +38,9 @@ int main(int argc, char** argv) {
     settings.phoneProgram = VELK_PHONE_PROGRAM;
     settings.floorProgram = VELK_FLOOR_PROGRAM;
     settings.modemShim = VELK_MODEM_SHIM;
+    settings.cliProgram = VELK_CLI_PROGRAM;
     bool header = true;
-    std::string parts = "abcdf";
+    std::string parts = "abcdfg";
     for (int i = 1; i < argc; ++i) {
         const std::string option = argv[i];
         const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
@@ -63,6 +65,9 @@ int main(int argc, char** argv) {
             ++i;
         } else if (value != nullptr && option == "--idle-seconds") {
             ok = ReadInt(value, settings.idleSeconds);
+            ++i;
+        } else if (value != nullptr && option == "--book-rounds") {
+            ok = ReadInt(value, settings.bookRounds) && settings.bookRounds >= 1;
             ++i;
         } else if (value != nullptr && option == "--starts") {
             ok = ReadInt(value, settings.starts) && settings.starts >= 1;
@@ -92,6 +97,7 @@ int main(int argc, char** argv) {
     if (wanted('b')) MeasureLineRate(state);
     if (wanted('c')) MeasureStartStop(state);
     if (wanted('d')) MeasureIdle(state);
+    if (wanted('g')) MeasureContacts(state);
     state.table.Print(stdout, header);
     // A part that could not measure is a broken benchmark, not a slow library.
     for (const TableRow& row : state.table.Rows()) {

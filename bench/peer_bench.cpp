@@ -25,20 +25,6 @@ constexpr Peer kPeers[] = {
     {"gsmlib (gsmpb)", "gsmpb", true},
 };
 
-bool OnPath(const std::string& program) {
-    const char* path = std::getenv("PATH");
-    std::string directories = path != nullptr ? path : "/usr/bin:/bin";
-    std::size_t from = 0;
-    while (from <= directories.size()) {
-        std::size_t to = directories.find(':', from);
-        if (to == std::string::npos) to = directories.size();
-        const std::string candidate = directories.substr(from, to - from) + "/" + program;
-        if (access(candidate.c_str(), X_OK) == 0) return true;
-        from = to + 1;
-    }
-    return false;
-}
-
 std::vector<std::string> PeerArguments(const BenchState& state, const Peer& peer,
                                        const std::string& device) {
     if (std::string(peer.program) == "gammu") {

@@ -43,6 +43,11 @@ constexpr Subcommand kSubcommands[] = {
     {"message-get", "print the message at an index", &RunMessageGet, true},
     {"message-delete", "delete the message at an index", &RunMessageDelete, true},
     {"message-send", "send a text message", &RunMessageSend, true},
+    {"contacts", "print the phone book, as a table, JSON or vCard", &RunContacts, true},
+    {"contact-put", "write one phone-book entry", &RunContactPut, true},
+    {"contact-delete", "delete one phone-book entry", &RunContactDelete, true},
+    {"contacts-restore", "write the contacts of a vCard file into free places", &RunContactsRestore,
+     true},
     {"decode", "print what reply lines from a phone decode to, as JSON", &RunDecode, false},
     {"commands", "list the catalogue of commands and what their replies decode to", &RunCommands,
      false},
@@ -57,7 +62,7 @@ const Subcommand* FindSubcommand(std::string_view name) {
 }
 
 void PrintUsage(std::ostream& out) {
-    constexpr std::size_t kNameColumn = 12;
+    constexpr std::size_t kNameColumn = 18;
     out << "usage: velkport [LINK OPTIONS] SUBCOMMAND [OPTIONS]\n"
            "       velkport help [SUBCOMMAND] | --help | --version\n\nSubcommands:\n";
     for (const Subcommand& sub : kSubcommands) {

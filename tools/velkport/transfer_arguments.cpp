@@ -1,6 +1,7 @@
 #include "velkport/transfer_arguments.h"
 
 #include <algorithm>
+#include <cctype>
 #include <string_view>
 
 namespace velk::cli {
@@ -15,7 +16,8 @@ constexpr ExtraOption kExtraOptions[] = {
     {"-o", kExtraOutput},           {"--output", kExtraOutput}, {"--param-first", kExtraParams},
     {"--param-last", kExtraParams}, {"--slots", kExtraSlots},   {"--json", kExtraJson},
     {"--width", kExtraSize},        {"--height", kExtraSize},   {"--frame", kExtraFrame},
-    {"--frame-ms", kExtraFrameMs},
+    {"--frame-ms", kExtraFrameMs},  {"--memory", kExtraMemory}, {"--vcard", kExtraVcard},
+    {"--find", kExtraFind},
 };
 
 // The options with a wider number than a byte: their target and range.
@@ -49,6 +51,28 @@ bool ReadExtra(std::string_view name, std::string_view value, TransferArgs& pars
             return false;
         }
         parsed.output = std::string(value);
+        return true;
+    }
+    if (name == "--memory") {
+        // Two letters, as 27.007 names the memories: SM, ME, FD, ON, ...
+        std::string memory;
+        for (const char c : value)
+            memory += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        if (memory.size() != 2 || !std::isupper(static_cast<unsigned char>(memory[0])) ||
+            !std::isupper(static_cast<unsigned char>(memory[1]))) {
+            problem = "--memory needs a phone book's two letters, such as SM or ME, not \"" +
+                      std::string(value) + "\"";
+            return false;
+        }
+        parsed.memory = memory;
+        return true;
+    }
+    if (name == "--find") {
+        if (value.empty()) {
+            problem = "--find needs a text to look for";
+            return false;
+        }
+        parsed.find = std::string(value);
         return true;
     }
     for (const WideNumber& wide : kWideNumbers) {
@@ -138,12 +162,12 @@ std::optional<TransferArgs> ParseTransferArgs(CommandArgs args, std::string_view
             problem = "unknown option \"" + std::string(arg) + "\"";
             return std::nullopt;
         }
-        if (extra->extra == kExtraJson) {
+        if (extra->extra == kExtraJson || extra->extra == kExtraVcard) {
             if (eq != std::string_view::npos) {
                 problem = std::string(name) + " takes no value";
                 return std::nullopt;
             }
-            parsed.json = true;
+            (extra->extra == kExtraJson ? parsed.json : parsed.vcard) = true;
             continue;
         }
         std::string_view value;

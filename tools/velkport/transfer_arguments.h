@@ -24,6 +24,9 @@ enum TransferExtra : unsigned {
     kExtraSize = 16,     // --width W --height H
     kExtraFrame = 32,    // --frame K
     kExtraFrameMs = 64,  // --frame-ms MS
+    kExtraMemory = 128,  // --memory M
+    kExtraVcard = 256,   // --vcard
+    kExtraFind = 512,    // --find TEXT
 };
 
 struct TransferArgs {
@@ -40,8 +43,11 @@ struct TransferArgs {
     // A frame's size in dots; 0: the one the phone's image information gives.
     unsigned width = 0;
     unsigned height = 0;
-    unsigned frame = 0;    // the frame a PNG shows; 0: not given, the first
-    unsigned frameMs = 0;  // how long a GIF shows each frame; 0: not given, 200 ms
+    unsigned frame = 0;         // the frame a PNG shows; 0: not given, the first
+    unsigned frameMs = 0;       // how long a GIF shows each frame; 0: not given, 200 ms
+    std::string memory = "SM";  // the phone book of the contact subcommands
+    bool vcard = false;
+    std::string find;  // empty: the whole phone book
 };
 
 // Reads `args` for a subcommand that takes the plain arguments named in

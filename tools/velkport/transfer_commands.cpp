@@ -147,6 +147,46 @@ constexpr TransferCommand kTransferCommands[] = {
      "opened: the text goes out in the phone's IRA character set. A text that\n"
      "begins with - goes behind --.\n"
      "  --json  print {\"number\":...,\"reference\":...} instead\n"},
+    {"contacts", "", kExtraMemory | kExtraJson | kExtraVcard | kExtraFind, &PrepareContacts,
+     &ListContacts, "velkport [LINK OPTIONS] contacts [--memory M] [--json|--vcard] [--find TEXT]",
+     "Reads the phone book M (SM, the SIM's, by default) and prints its entries,\n"
+     "one line each: index, number, number type (145 international, 129\n"
+     "national) and name. It asks the phone its character sets (AT+CSCS=?) and\n"
+     "has names sent in UCS2 where the phone offers it, else in IRA, and prints\n"
+     "them as UTF-8; it asks the places (AT+CPBR=?) and reads them in a few\n"
+     "large ranges, and leaves the phone in the character set it had. A\n"
+     "character the phone sent broken prints as U+FFFD.\n"
+     "  --memory M   the phone book: SM (the SIM), ME (the phone), or any other\n"
+     "               two letters the phone knows (default SM)\n"
+     "  --json       print a JSON array instead, one object per entry with the\n"
+     "               keys index, number, type and name\n"
+     "  --vcard      print vCard 3.0 instead, one card per entry, for\n"
+     "               contacts-restore and address books\n"
+     "  --find TEXT  only the entries the phone finds for TEXT (AT+CPBF=; most\n"
+     "               phones find the names that begin with it)\n"},
+    {"contact-put", "INDEX NUMBER NAME", kExtraMemory, &PrepareContactPut, &PutContact,
+     "velkport [LINK OPTIONS] contact-put INDEX NUMBER NAME [--memory M]",
+     "Writes the entry NUMBER NAME at place INDEX of the phone book M (default\n"
+     "SM), over what is there. NUMBER holds digits, * # p w and a + in front\n"
+     "(then it is written as international, type 145); NAME is UTF-8. A place\n"
+     "the phone book does not have, or a number or name longer than the phone\n"
+     "takes (AT+CPBR=? tells), is refused before anything is written; without\n"
+     "UCS2 on the phone a name must be plain ASCII.\n"
+     "  --memory M  the phone book (default SM)\n"},
+    {"contact-delete", "INDEX", kExtraMemory, &PrepareContactDelete, &DeleteContact,
+     "velkport [LINK OPTIONS] contact-delete INDEX [--memory M]",
+     "Deletes the entry at place INDEX of the phone book M (default SM); an\n"
+     "empty place stays empty.\n"
+     "  --memory M  the phone book (default SM)\n"},
+    {"contacts-restore", "FILE", kExtraMemory | kExtraJson, &PrepareContactsRestore,
+     &RestoreContacts, "velkport [LINK OPTIONS] contacts-restore FILE [--memory M] [--json]",
+     "Writes the contacts of the vCard file FILE (as contacts --vcard writes it:\n"
+     "each card's FN, or its N, and its first TEL) into the free places of the\n"
+     "phone book M (default SM), lowest first; the entries there stay. Nothing\n"
+     "is written when the file cannot be read, when the phone book has too\n"
+     "few free places, or when a number or name does not fit it.\n"
+     "  --memory M  the phone book (default SM)\n"
+     "  --json      print the entries written as contacts --json does\n"},
 };
 
 constexpr const char* kExitCodes =
@@ -249,6 +289,18 @@ int RunMessageDelete(CommandArgs args, const CommandIo& io) {
 }
 int RunMessageSend(CommandArgs args, const CommandIo& io) {
     return RunTransferCommand("message-send", args, io);
+}
+int RunContacts(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("contacts", args, io);
+}
+int RunContactPut(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("contact-put", args, io);
+}
+int RunContactDelete(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("contact-delete", args, io);
+}
+int RunContactsRestore(CommandArgs args, const CommandIo& io) {
+    return RunTransferCommand("contacts-restore", args, io);
 }
 
 }  // namespace velk::cli

@@ -16,6 +16,10 @@
 //   velkport [LINK OPTIONS] message-get INDEX [--json]
 //   velkport [LINK OPTIONS] message-delete INDEX
 //   velkport [LINK OPTIONS] message-send NUMBER TEXT [--json]
+//   velkport [LINK OPTIONS] contacts [--memory M] [--json|--vcard] [--find TEXT]
+//   velkport [LINK OPTIONS] contact-put INDEX NUMBER NAME [--memory M]
+//   velkport [LINK OPTIONS] contact-delete INDEX [--memory M]
+//   velkport [LINK OPTIONS] contacts-restore FILE.vcf [--memory M] [--json]
 #pragma once
 
 #include <string_view>
@@ -39,6 +43,10 @@ int RunMessages(CommandArgs args, const CommandIo& io);
 int RunMessageGet(CommandArgs args, const CommandIo& io);
 int RunMessageDelete(CommandArgs args, const CommandIo& io);
 int RunMessageSend(CommandArgs args, const CommandIo& io);
+int RunContacts(CommandArgs args, const CommandIo& io);
+int RunContactPut(CommandArgs args, const CommandIo& io);
+int RunContactDelete(CommandArgs args, const CommandIo& io);
+int RunContactsRestore(CommandArgs args, const CommandIo& io);
 
 // Runs the transfer subcommand `name` with the built-in phone (when it
 // serves) behaving as `simulated` says; the exit code. Unknown names: 2.

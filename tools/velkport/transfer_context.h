@@ -67,6 +67,10 @@ int PrepareImageShow(const TransferArgs& args, TransferPlan& plan, std::string& 
 int PrepareAt(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareMessageIndex(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 int PrepareMessageSend(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareContacts(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareContactPut(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareContactDelete(const TransferArgs& args, TransferPlan& plan, std::string& problem);
+int PrepareContactsRestore(const TransferArgs& args, TransferPlan& plan, std::string& problem);
 
 // The bodies, one per subcommand: the link stands when they run.
 int ListTones(const Transfer& t);
@@ -83,6 +87,10 @@ int ListMessages(const Transfer& t);
 int GetMessage(const Transfer& t);
 int DeleteMessage(const Transfer& t);
 int SendMessage(const Transfer& t);
+int ListContacts(const Transfer& t);
+int PutContact(const Transfer& t);
+int DeleteContact(const Transfer& t);
+int RestoreContacts(const Transfer& t);
 
 // The image-information read at the start of an image transfer, and the
 // frame count of image `id` from its table; a failure's exit code otherwise.
