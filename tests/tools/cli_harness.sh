@@ -1,5 +1,5 @@
-# What the command-line tests share, sourced after they set $phone (the
-# velkport-phone program) and $work (a scratch directory of their own):
+# What the command-line tests share, sourced after they set $velkport, $phone
+# (the velkport-phone program) and $work (a scratch directory of their own):
 # failures counted in $failures, velkport-phone started and stopped in the
 # background, and the scratch directory removed at the end.
 phone_pid=
@@ -31,6 +31,23 @@ start_phone() {
     done
     fail "velkport-phone $* printed no device: $(cat "$work/phone-err")"
     exit 1
+}
+
+# expect_exit CODE ARGS...: velkport ARGS must exit with CODE; standard
+# output in $work/out, standard error in $work/err.
+expect_exit() {
+    local want=$1
+    shift
+    "$velkport" "$@" >"$work/out" 2>"$work/err"
+    local got=$?
+    [ "$got" -eq "$want" ] || fail "velkport $* exited $got, not $want: $(cat "$work/err")"
+}
+
+# on_phone CODE ARGS...: the same for velkport --device $device ARGS.
+on_phone() {
+    local want=$1
+    shift
+    expect_exit "$want" --device "$device" "$@"
 }
 
 stop_phone() {

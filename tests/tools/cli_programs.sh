@@ -8,15 +8,6 @@ phone=$2
 work=$(mktemp -d /tmp/velk-cli-programs-XXXXXX)
 source "$(dirname "$0")/cli_harness.sh"
 
-# Runs velkport; fails unless it exits with $1. Output in $work/out and err.
-expect_exit() {
-    local want=$1
-    shift
-    "$velkport" "$@" >"$work/out" 2>"$work/err"
-    local got=$?
-    [ "$got" -eq "$want" ] || fail "velkport $* exited $got, not $want: $(cat "$work/err")"
-}
-
 # An image from the built-in phone, written below to the phone in another process.
 expect_exit 0 --simulate image-get 2 -o "$work/f"
 [ "$(wc -c <"$work/f")" -eq 4608 ] || fail "image 2 is not 3 frames of 1536"

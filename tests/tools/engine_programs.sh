@@ -10,16 +10,6 @@ work=$(mktemp -d /tmp/velk-engine-XXXXXX)
 source "$(dirname "$0")/cli_harness.sh"
 watcher=
 
-# run CODE ARGS...: velkport --device $device ARGS must exit with CODE;
-# standard output in $work/out, standard error in $work/err.
-run() {
-    local want=$1
-    shift
-    "$velkport" --device "$device" "$@" >"$work/out" 2>"$work/err"
-    local got=$?
-    [ "$got" -eq "$want" ] || fail "velkport $* exited $got, not $want: $(cat "$work/err")"
-}
-
 # has FILE TEXT: FILE holds the whole line TEXT.
 has() {
     grep -qxF -- "$2" "$1" || fail "no line \"$2\" in: $(cat "$1")"
@@ -36,47 +26,47 @@ await() {
 
 # 1. status: each key with the phone's own values.
 start_phone
-run 0 status --json
+on_phone 0 status --json
 has "$work/out" '{"manufacturer":"Velkport","model":"VP-1 phone simulator","revision":"1.0.0","imei":"350000000000017","imsi":"001010123456789","signal":24,"signal_dbm":-65,"battery":85,"registration":"home","operator":"00101"}'
 
 # 2. A message to the phone's own number comes back unread, listed by
 # messages with its text and address, read back alone and deleted.
-run 0 message-send +15550100 "Back home at 7, bring bread"
+on_phone 0 message-send +15550100 "Back home at 7, bring bread"
 grep -qxE 'Sent the message to \+15550100, reference [0-9]+\.' "$work/out" ||
     fail "message-send: $(cat "$work/out")"
-run 0 messages --json
+on_phone 0 messages --json
 index=$(grep -oE '\{"index":[0-9]+,"state":"REC UNREAD","address":"\+15550100","timestamp":"[0-9/,:+]+","text":"Back home at 7, bring bread"\}' \
     "$work/out" | grep -oE '^\{"index":[0-9]+' | grep -oE '[0-9]+$')
 [ -n "$index" ] || fail "messages --json does not list the message sent: $(cat "$work/out")"
 index=${index:-6}
 # Listed once, the message counts as read.
-run 0 message-get "$index" --json
+on_phone 0 message-get "$index" --json
 grep -qE "^\{\"index\":$index,\"state\":\"REC READ\",\"address\":\"\\+15550100\",.*\"text\":\"Back home at 7, bring bread\"\}$" \
     "$work/out" || fail "message-get $index --json: $(cat "$work/out")"
-run 0 messages
+on_phone 0 messages
 has "$work/out" "   Back home at 7, bring bread"
-run 0 message-delete "$index"
+on_phone 0 message-delete "$index"
 has "$work/out" "Deleted message $index."
-run 4 message-get "$index"
+on_phone 4 message-get "$index"
 has "$work/err" "velkport message-get: the phone refused AT+CMGR=$index with \"+CMS ERROR: 321\": there is no message at that index."
-run 0 messages --json
+on_phone 0 messages --json
 grep -q "Back home" "$work/out" && fail "the deleted message is still listed: $(cat "$work/out")"
 
 # 3. What is refused before the device is opened, and a phone that refuses.
-run 2 message-send +15550100 "Grüße"
+on_phone 2 message-send +15550100 "Grüße"
 has "$work/err" "velkport message-send: the text holds \"ü\", which the phone's IRA character set cannot carry: velkport sends messages in plain ASCII; write the text without it."
-run 2 message-send 555-0100 "Hi"
+on_phone 2 message-send 555-0100 "Hi"
 has "$work/err" "velkport message-send: NUMBER is a phone number of 1 to 20 digits, with or without a + in front, not \"555-0100\"."
-run 2 message-get x
+on_phone 2 message-get x
 has "$work/err" "velkport message-get: INDEX is a message's number from 0 to 65534, not \"x\"."
 stop_phone
 start_phone --refuse 'AT+CMGS==+CMS ERROR: 330'
-run 4 message-send +15550100 "Hi"
+on_phone 4 message-send +15550100 "Hi"
 has "$work/err" "velkport message-send: the phone refused AT+CMGS=\"+15550100\" with \"+CMS ERROR: 330\": the phone knows no service centre to send through."
 stop_phone
 # A phone that answers OK without its prompt sent nothing the library knows of.
 start_phone --refuse 'AT+CMGS==OK'
-run 0 message-send +15550100 "Hi"
+on_phone 0 message-send +15550100 "Hi"
 [ -s "$work/out" ] && fail "message-send without a reference printed: $(cat "$work/out")"
 has "$work/err" "velkport message-send: the phone answered OK but gave no message reference: whether the message went out is not known."
 stop_phone
@@ -85,7 +75,7 @@ stop_phone
 # velkport holds the device while it runs, so the phone's report comes a
 # moment after the send, when watch listens.
 start_phone --notice-delay 1500
-run 0 message-send +15550100 "Are you there?"
+on_phone 0 message-send +15550100 "Are you there?"
 "$velkport" --device "$device" watch --json >"$work/watch" 2>"$work/watch-err" &
 watcher=$!
 await "$work/watch" '"form":"ReportMessageStored"' ||
@@ -97,7 +87,7 @@ watcher=
 [ "$code" -eq 130 ] || fail "watch stopped with Ctrl-C exited $code, not 130"
 grep -qE '^\{"resultId":56,"form":"ReportMessageStored","store":"SM","index":[0-9]+\}$' "$work/watch" ||
     fail "the +CMTI notice of watch --json: $(cat "$work/watch")"
-run 0 messages --json
+on_phone 0 messages --json
 grep -qF '"state":"REC UNREAD","address":"+15550100"' "$work/out" ||
     fail "the message watch announced is not listed: $(cat "$work/out")"
 stop_phone

@@ -10,16 +10,6 @@ work=$(mktemp -d /tmp/velk-pictures-XXXXXX)
 source "$(dirname "$0")/cli_harness.sh"
 store=$work/store
 
-# Runs velkport on the phone; fails unless it exits with $1. Output in
-# $work/out and $work/err.
-expect_exit() {
-    local want=$1
-    shift
-    "$velkport" --device "$device" "$@" >"$work/out" 2>"$work/err"
-    local got=$?
-    [ "$got" -eq "$want" ] || fail "velkport $* exited $got, not $want: $(cat "$work/err")"
-}
-
 # The frames of image run FIRST COUNT in the store, one after the other.
 stored_frames() {
     local n
@@ -31,37 +21,37 @@ start_phone --store "$store"
 # A PNG of a known pattern is stored as the frame text the rules give, and
 # comes back as the same dots.
 $helper make-png "$work/pattern.png" >"$work/pattern.txt" || fail "the helper made no PNG"
-expect_exit 0 image-put 1 Pattern "$work/pattern.png"
+on_phone 0 image-put 1 Pattern "$work/pattern.png"
 grep -q 'Wrote image 1 "Pattern": 1 frame from frame 1.' "$work/out" ||
     fail "the PNG write said: $(cat "$work/out")"
 [ "$(cat "$store/frame-1.txt")" = "$(cat "$work/pattern.txt")" ] ||
     fail "frame 1 in the store is not the pattern's frame text"
-expect_exit 0 image-get 1 -o "$work/back.png"
+on_phone 0 image-get 1 -o "$work/back.png"
 [ "$($helper png-frame "$work/back.png")" = "$(cat "$work/pattern.txt")" ] ||
     fail "the PNG read back has other dots than the one written"
 
 # Image 2 into an animated GIF and back: the same frames' text.
 stored_frames 51 3 >"$work/before"
-expect_exit 0 image-get 2 -o "$work/ball.gif" --frame-ms 120
+on_phone 0 image-get 2 -o "$work/ball.gif" --frame-ms 120
 [ "$(head -c 6 "$work/ball.gif")" = GIF89a ] || fail "image 2's GIF is no GIF89a"
 grep -q 'Read image 2 "Ball": 3 frames saved to .*ball.gif as an animated GIF of 96 × 64 dots, 120 ms a frame.' \
     "$work/out" || fail "the GIF read said: $(cat "$work/out")"
 tr 0123456789ABCDEF FEDCBA9876543210 <"$work/before" >"$work/inverse"
-expect_exit 0 image-put 2 Inverse "$work/inverse" # something else between
-expect_exit 0 image-put 2 Again "$work/ball.gif"
+on_phone 0 image-put 2 Inverse "$work/inverse" # something else between
+on_phone 0 image-put 2 Again "$work/ball.gif"
 stored_frames 51 3 >"$work/after"
 cmp -s "$work/before" "$work/after" || fail "image 2 through a GIF came back with other frames"
-expect_exit 0 image-get 2 -o "$work/ball.txt"
+on_phone 0 image-get 2 -o "$work/ball.txt"
 cmp -s "$work/before" "$work/ball.txt" || fail "image 2 read as text differs from the store"
 
 # A tone's MIDI bytes there and back.
-expect_exit 0 tone-get 1 -o "$work/bells.mid"
+on_phone 0 tone-get 1 -o "$work/bells.mid"
 [ "$(head -c 4 "$work/bells.mid")" = MThd ] || fail "tone 1 saved no MIDI file"
 [ "$(od -An -v -tx1 "$work/bells.mid" | tr -d ' \n' | tr a-f A-F)" = "$(cat "$store/tone-1.txt")" ] ||
     fail "the .mid's bytes are not tone 1's digits"
-expect_exit 0 tone-put 6 Copy "$work/bells.mid"
+on_phone 0 tone-put 6 Copy "$work/bells.mid"
 cmp -s "$store/tone-1.txt" "$store/tone-6.txt" || fail "the tone written from the .mid differs"
-expect_exit 0 tone-get 6 -o "$work/copy.mid"
+on_phone 0 tone-get 6 -o "$work/copy.mid"
 cmp -s "$work/bells.mid" "$work/copy.mid" || fail "the tone read back differs from the .mid"
 stop_phone
 
@@ -71,12 +61,12 @@ start_phone --store "$store"
 for out in broken.gif broken.png; do
     frame=()
     [ "$out" = broken.png ] && frame=(--frame 2)
-    expect_exit 1 image-get 3 -o "$work/$out" "${frame[@]}"
+    on_phone 1 image-get 3 -o "$work/$out" "${frame[@]}"
     grep -q "velkport image-get: frame 2 of image 3 is no bitmap: a frame of 96 × 64 dots is 1536 hexadecimal digits, and of its 1536 characters 1534 are such digits (the first that is not: character 101)" \
         "$work/err" || fail "the broken frame's sentence: $(cat "$work/err")"
     [ ! -e "$work/$out" ] || fail "a refused conversion left $out behind"
 done
-expect_exit 1 image-show 3
+on_phone 1 image-show 3
 grep -q "frame 2 of image 3 is no bitmap" "$work/err" || fail "image-show of the broken frame: $(cat "$work/err")"
 stop_phone
 

@@ -2,16 +2,10 @@
 
 #include <algorithm>
 
+#include "velkport/hex_bytes.h"
+
 namespace velk::cli {
 namespace {
-
-// The value of a hexadecimal digit, or -1.
-int DigitValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    return -1;
-}
 
 std::string SizeText(unsigned width, unsigned height) {
     return std::to_string(width) + " × " + std::to_string(height) + " dots";
@@ -33,10 +27,10 @@ std::optional<Bitmap> BitmapFromFrame(std::string_view text, unsigned width, uns
         return std::nullopt;
     }
     const auto bad =
-        std::find_if(text.begin(), text.end(), [](char c) { return DigitValue(c) < 0; });
+        std::find_if(text.begin(), text.end(), [](char c) { return HexDigitValue(c) < 0; });
     if (bad != text.end()) {
         const auto hex =
-            std::count_if(text.begin(), text.end(), [](char c) { return DigitValue(c) >= 0; });
+            std::count_if(text.begin(), text.end(), [](char c) { return HexDigitValue(c) >= 0; });
         problem = wanted + ", and of its " + std::to_string(text.size()) + " characters " +
                   std::to_string(hex) + " are such digits (the first that is not: character " +
                   std::to_string(bad - text.begin() + 1) + ")";
@@ -44,7 +38,7 @@ std::optional<Bitmap> BitmapFromFrame(std::string_view text, unsigned width, uns
     }
     Bitmap bitmap{width, height, std::vector<uint8_t>(std::size_t{width} * height, 0)};
     for (std::size_t i = 0; i < bitmap.dots.size(); ++i) {
-        bitmap.dots[i] = static_cast<uint8_t>((DigitValue(text[i / 4]) >> (3 - i % 4)) & 1);
+        bitmap.dots[i] = static_cast<uint8_t>((HexDigitValue(text[i / 4]) >> (3 - i % 4)) & 1);
     }
     return bitmap;
 }
@@ -54,7 +48,7 @@ std::string FrameFromBitmap(const Bitmap& bitmap) {
     std::string text(FrameDigits(bitmap.width, bitmap.height), '0');
     for (std::size_t i = 0; i < bitmap.dots.size(); ++i) {
         if (bitmap.dots[i] == 0) continue;
-        const int value = DigitValue(text[i / 4]) | (8 >> (i % 4));
+        const int value = HexDigitValue(text[i / 4]) | (8 >> (i % 4));
         text[i / 4] = kDigits[value];
     }
     return text;

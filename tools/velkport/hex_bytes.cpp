@@ -1,16 +1,13 @@
 #include "velkport/hex_bytes.h"
 
 namespace velk::cli {
-namespace {
 
-int DigitValue(char c) {
+int HexDigitValue(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'A' && c <= 'F') return c - 'A' + 10;
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
     return -1;
 }
-
-}  // namespace
 
 std::string HexOfBytes(std::string_view bytes) {
     static constexpr char kDigits[] = "0123456789ABCDEF";
@@ -29,8 +26,8 @@ std::optional<std::string> BytesOfHex(std::string_view text) {
     std::string bytes;
     bytes.reserve(text.size() / 2);
     for (std::size_t i = 0; i < text.size(); i += 2) {
-        const int high = DigitValue(text[i]);
-        const int low = DigitValue(text[i + 1]);
+        const int high = HexDigitValue(text[i]);
+        const int low = HexDigitValue(text[i + 1]);
         if (high < 0 || low < 0) return std::nullopt;
         bytes += static_cast<char>(high * 16 + low);
     }

@@ -8,6 +8,9 @@
 
 namespace velk::cli {
 
+// The value of a hexadecimal digit of either case, or -1.
+int HexDigitValue(char c);
+
 // Two upper-case digits a byte.
 std::string HexOfBytes(std::string_view bytes);
 

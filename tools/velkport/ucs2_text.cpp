@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "velkport/hex_bytes.h"
+
 namespace velk::cli {
 namespace {
 
@@ -75,18 +77,11 @@ void AppendUnit(std::string& out, char32_t unit) {
     for (int shift = 12; shift >= 0; shift -= 4) out += kDigits[(unit >> shift) & 0xF];
 }
 
-int HexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    return -1;
-}
-
 // The UTF-16 unit of four digits, or nothing when one is no digit.
 bool ReadUnit(std::string_view digits, char32_t& unit) {
     unit = 0;
     for (const char c : digits) {
-        const int value = HexValue(c);
+        const int value = HexDigitValue(c);
         if (value < 0) return false;
         unit = (unit << 4) | static_cast<char32_t>(value);
     }
