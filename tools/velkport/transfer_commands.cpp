@@ -123,10 +123,11 @@ constexpr TransferCommand kTransferCommands[] = {
      "Lists every message the phone stores (AT+CMGF=1 and the character sets\n"
      "asked, then AT+CMGL=\"ALL\"): for each its index, state (REC UNREAD, REC\n"
      "READ, STO UNSENT or STO SENT), address and time stamp on one line, its\n"
-     "text on the lines below. The phone counts an unread message listed as\n"
-     "read from then on. Texts and addresses cross the line in the phone's\n"
-     "UCS2 where AT+CSCS=? offers it, else in IRA (ASCII), and print as UTF-8;\n"
-     "the phone is left in the character set it had.\n"
+     "text on the lines below, as UTF-8. The phone counts an unread message\n"
+     "listed as read from then on. The list is read in IRA (ASCII), and where\n"
+     "the phone offers UCS2 and a text came with a \"?\", once more in UCS2 for\n"
+     "the texts of up to 20 characters; the phone is left in the character set\n"
+     "it had.\n"
      "  --json  print one JSON array instead, an object for each message with\n"
      "          index, state, address, timestamp and text\n"},
     {"message-get", "INDEX", kExtraJson, &PrepareMessageIndex, &GetMessage,
