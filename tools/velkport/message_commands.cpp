@@ -153,7 +153,7 @@ SetRun RunInSet(const Transfer& t, const CharacterSetChoice& set, const std::str
 // Whether a text read in IRA may have lost a character to the phone's
 // stand-in for it: "?", or a byte IRA has no meaning for (now U+FFFD).
 bool MayHaveLost(const Message& message) {
-    return message.text.find_first_of('?') != std::string::npos ||
+    return message.text.find('?') != std::string::npos ||
            message.text.find("\xEF\xBF\xBD") != std::string::npos;
 }
 
@@ -165,9 +165,9 @@ void NoteUnread(const Transfer& t, std::size_t unread) {
 }
 
 // The stored messages `command` (AT+CMGL= or AT+CMGR=) reads. First in
-// IRA, as today's phones all answer and as much as the library's fields
-// hold: 83 characters of each line of a text, and the address, which in
-// UCS2 hex would fill its field of 31 bytes after seven digits. Then, where
+// IRA, of which the library's fields hold the most: 83 characters of each
+// line of a text, and the whole address, which in UCS2 hex would overfill
+// its field of 31 bytes after seven digits. Then, where
 // the phone offers UCS2 and a text may have lost characters, once more in
 // UCS2: its texts replace those they carry whole (20 UTF-16 units a line).
 int ReadStored(const Transfer& t, const std::string& command, const std::string& doing,
@@ -200,9 +200,9 @@ int ReadStored(const Transfer& t, const std::string& command, const std::string&
             if (!other.cut) {
                 message.text = other.text;
             } else {
-                t.io.err << "velkport " << t.command << ": the text of message "
-                         << (message.index.empty() ? "" : message.index + " ")
-                         << "is longer than the " << kUcs2UnitsRead
+                t.io.err << "velkport " << t.command << ": the text of "
+                         << (message.index.empty() ? "the message" : "message " + message.index)
+                         << " is longer than the " << kUcs2UnitsRead
                          << " characters velkport reads in UCS2, so it is shown as IRA "
                             "carries it, \"?\" for a character beyond ASCII.\n";
             }
