@@ -106,6 +106,24 @@ def test_messages_and_a_notice_of_one_sent_to_the_phone_itself(start_phone) -> N
     assert [message["body"] for message in unread][-1] == "hello there"
 
 
+def test_messages_read_texts_beyond_ascii_in_ucs2_and_leave_the_set(start_phone) -> None:
+    sim = start_phone("--entries", "0")
+    with velkport.Phone(sim.device) as phone:
+        long_text = "Grüße aus Köln, wie geht es euch allen?".encode("utf-16-be").hex()
+        phone.run(['AT+CMGF=1', 'AT+CSCS="UCS2"'])
+        phone.run('AT+CMGW="+15550123"', body=long_text.upper())
+        phone.run('AT+CSCS="GSM"')
+        listed = phone.messages()
+        present = phone.run("AT+CSCS?")
+    bodies = {message["index"]: message["body"] for message in listed}
+    assert bodies[2] == "Grüße aus Köln"
+    assert bodies[1] == "See you at eight"
+    # Too long for the library's field in UCS2: as the phone's set carried it.
+    assert bodies[6] == "Gr??e aus K?ln, wie geht es euch allen?"
+    assert [message["address"] for message in listed][:2] == ["+4930555001", "+4930555003"]
+    assert present[0]["characterSet"] == "GSM"
+
+
 def test_status_answers_each_command_and_survives_a_refused_one(start_phone) -> None:
     sim = start_phone("--refuse", "AT+CBC")
     with velkport.Phone(sim.device) as phone:

@@ -332,19 +332,88 @@ def messages(state: str = "ALL") -> Operation[list[dict[str, Any]]]:
     """The stored messages in text mode: AT+CMGF=1, then AT+CMGL. The phone
     sends each as a header line and the text on the lines after it; the
     library reads them as a ResultListHeader and a ResultListBody block, and
-    each message here is the header's dict with the text as "body"."""
+    each message here is the header's dict with the text as "body".
+
+    The list is read in the phone's present character set, where a phone
+    puts "?" for a character it cannot carry. Where a text came so and the
+    phone offers UCS2, the texts are read once more in UCS2 and replace
+    those they carry whole: the library holds 83 bytes of a text line, 20
+    characters in UCS2 hex. The phone is then put back in its former set."""
     if '"' in state:
         raise ValueError(f"a message state holds no quote: {state!r}")
     blocks = yield from run(["AT+CMGF=1", f'AT+CMGL="{state}"'])
+    listed = _listed(blocks, 1, lambda body: body)
+    if not any("?" in message["body"] for message in listed):
+        return listed
+    former, ucs2 = yield from _character_sets()
+    if not ucs2:
+        return listed
+    back = [f'AT+CSCS="{former}"'] if former and former != "UCS2" else []
+    try:
+        # "ALL": the first list has made its unread messages read.
+        blocks = yield from run(['AT+CSCS="UCS2"', 'AT+CMGL="ALL"', *back])
+    except PhoneRefused as refused:
+        if isinstance(refused, OpeningRefused):
+            raise
+        if back:
+            yield from run(back)
+        return listed
+    whole = {m["index"]: m for m in _listed(blocks, 1, _from_ucs2) if m["body"] is not None}
+    for message in listed:
+        if "?" in message["body"] and message["index"] in whole:
+            message["body"] = whole[message["index"]]["body"]
+    return listed
+
+
+def _listed(
+    blocks: list[dict[str, Any]], command: int, text: Callable[[str], Optional[str]]
+) -> list[dict[str, Any]]:
+    # Each header with the text of the body lines after it; a text that
+    # `text` cannot read makes the body None.
     listed: list[dict[str, Any]] = []
     for block in blocks:
-        if block.get("command") != 1:
+        if block.get("command") != command:
             continue
         if block.get("form") == "ResultListBody" and listed:
-            listed[-1]["body"] += str(block.get("body", "")).rstrip("\r\n")
+            line = text(str(block.get("body", "")))
+            body = listed[-1]["body"]
+            if line is None or body is None:
+                listed[-1]["body"] = None
+            else:
+                listed[-1]["body"] = body + line.rstrip("\r\n")
         elif block.get("form") != "ResultListBody":
             listed.append(dict(block))
     return listed
+
+
+def _from_ucs2(line: str) -> Optional[str]:
+    # A UCS2 text line: four hexadecimal digits a UTF-16 unit; None when the
+    # library's field cut it (it keeps its carriage return when it fits).
+    hex_digits = line.rstrip("\r\n")
+    if len(line) >= 83 and not line.endswith("\r"):
+        return None
+    if len(hex_digits) % 4 or not re.fullmatch(r"[0-9A-Fa-f]*", hex_digits):
+        return line
+    return bytes.fromhex(hex_digits).decode("utf-16-be", errors="replace")
+
+
+def _character_sets() -> Operation[tuple[str, bool]]:
+    # The phone's present set, and whether it offers UCS2; a phone that
+    # refuses to tell has no UCS2 here.
+    try:
+        blocks = yield from run(["AT+CSCS?", "AT+CSCS=?"])
+    except PhoneRefused as refused:
+        if isinstance(refused, OpeningRefused):
+            raise
+        blocks = refused.results
+    former = ""
+    ucs2 = False
+    for block in blocks:
+        if block.get("form") == "ResultCharacterSet":
+            former = str(block.get("characterSet", ""))
+        elif block.get("form") == "ResultCharacterSets":
+            ucs2 = "UCS2" in re.findall(r"\w+", str(block.get("characterSets", "")).upper())
+    return former, ucs2
 
 
 class NoticeCount(Protocol):

@@ -52,9 +52,34 @@ has "$work/err" "velkport message-get: the phone refused AT+CMGR=$index with \"+
 on_phone 0 messages --json
 grep -q "Back home" "$work/out" && fail "the deleted message is still listed: $(cat "$work/out")"
 
-# 3. What is refused before the device is opened, and a phone that refuses.
-on_phone 2 message-send +15550100 "Grüße"
-has "$work/err" "velkport message-send: the text holds \"ü\", which the phone's IRA character set cannot carry: velkport sends messages in plain ASCII; write the text without it."
+# 3. Texts beyond ASCII on a phone with UCS2: a stored one reads as UTF-8,
+# one sent comes back the same, a long one that UCS2 cannot bring back whole
+# keeps what IRA carried and says so, and the phone is left in its own set.
+on_phone 0 messages --json
+grep -qF '{"index":2,"state":"REC READ","address":"+4930555003","timestamp":"24/05/18,18:02:41+08","text":"Grüße aus Köln"}' \
+    "$work/out" || fail "messages --json did not read the stored text as UTF-8: $(cat "$work/out")"
+on_phone 0 message-send +15550100 "Grüße 東京 🎉"
+on_phone 0 message-send +15550100 "Grüße aus Köln, wie geht es euch allen?"
+on_phone 0 message-send +15550100 "$(printf 'a%.0s' $(seq 68))🎉"
+on_phone 0 messages --json
+grep -qE '"state":"REC UNREAD","address":"\+15550100","timestamp":"[0-9/,:+]+","text":"Grüße 東京 🎉"\}' \
+    "$work/out" || fail "the message sent in UCS2 did not come back the same: $(cat "$work/out")"
+grep -qF '"text":"Gr??e aus K?ln, wie geht es euch allen?"}' "$work/out" ||
+    fail "a text too long to read in UCS2 did not keep what IRA carried: $(cat "$work/out")"
+grep -qE '^velkport messages: the text of message [0-9]+ is longer than the 20 characters velkport reads in UCS2, so it is shown as IRA carries it, "\?" for a character beyond ASCII\.$' \
+    "$work/err" || fail "no word of the text read in IRA: $(cat "$work/err")"
+on_phone 0 at 'AT+CSCS?'
+grep -qF '"characterSet":"GSM"' "$work/out" || fail "messages left the phone in another set: $(cat "$work/out")"
+
+# 4. What is refused before the device is opened, and a phone that refuses.
+while IFS='|' read -r text sentence; do
+    on_phone 2 message-send +15550100 "$text"
+    has "$work/err" "velkport message-send: $sentence."
+done <<EOF_TEXTS
+$(printf 'ü%.0s' $(seq 71))|a message with characters beyond ASCII goes in UCS2 and holds at most 70 UTF-16 units, this one 71
+$(printf 'a%.0s' $(seq 69))🎉|a message with characters beyond ASCII goes in UCS2 and holds at most 70 UTF-16 units, this one 71
+$(printf 'a%.0s' $(seq 161))|a message holds at most 160 characters, this one 161
+EOF_TEXTS
 on_phone 2 message-send 555-0100 "Hi"
 has "$work/err" "velkport message-send: NUMBER is a phone number of 1 to 20 digits, with or without a + in front, not \"555-0100\"."
 on_phone 2 message-get x
@@ -71,7 +96,28 @@ on_phone 0 message-send +15550100 "Hi"
 has "$work/err" "velkport message-send: the phone answered OK but gave no message reference: whether the message went out is not known."
 stop_phone
 
-# 4. watch shows the +CMTI of the message when the network brings it in.
+# 5. A phone without the list of character sets (here in GSM, "?" for what
+# ASCII has not) is read as it sends, and takes only ASCII texts: one beyond
+# it is refused before anything is sent.
+start_phone --refuse 'AT+CSCS=?' --log "$work/log"
+on_phone 0 messages --json
+grep -qF '"text":"Gr??e aus K?ln"}' "$work/out" || fail "a phone without UCS2 was not read as it sends: $(cat "$work/out")"
+on_phone 2 message-send +15550100 "Grüße"
+has "$work/err" "velkport message-send: the text holds \"ü\", which the phone's IRA character set cannot carry: velkport sends messages in plain ASCII; write the text without it."
+grep -q '^AT+CMGS=' "$work/log" && fail "a text the phone's set cannot carry was sent"
+on_phone 0 message-send +15550100 "Hi"
+on_phone 0 at 'AT+CSCS?'
+grep -qF '"characterSet":"GSM"' "$work/out" || fail "message-send left the phone in another set: $(cat "$work/out")"
+stop_phone
+# One that will not say its present set still lists UCS2, and is spoken to
+# in it.
+start_phone --refuse 'AT+CSCS?'
+on_phone 0 message-send +15550100 "Grüße 東京"
+on_phone 0 messages --json
+grep -qF '"text":"Grüße 東京"}' "$work/out" || fail "a phone that does not say its set was not read in UCS2: $(cat "$work/out")"
+stop_phone
+
+# 6. watch shows the +CMTI of the message when the network brings it in.
 # velkport holds the device while it runs, so the phone's report comes a
 # moment after the send, when watch listens.
 start_phone --notice-delay 1500

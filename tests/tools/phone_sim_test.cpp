@@ -105,6 +105,12 @@ TEST(PhoneModel, AnswersEachCommandAsAPhoneDoes) {
           "OK"}},
         {"AT+CMGL=\"STO UNSENT\"",
          {"+CMGL: 4,\"STO UNSENT\",\"+15550123\",,", "Bring the cake", "OK"}},
+        // In UCS2 the address goes in the set as well as the text.
+        {"AT+CSCS=\"UCS2\"", {"OK"}},
+        {"AT+CMGL=\"STO UNSENT\"",
+         {"+CMGL: 4,\"STO UNSENT\",\"002B00310035003500350030003100320033\",,",
+          "004200720069006E00670020007400680065002000630061006B0065", "OK"}},
+        {"AT+CSCS=\"IRA\"", {"OK"}},
         {"AT+CMGD=4", {"OK"}},
         {"AT+CMGR=4", {"+CMS ERROR: 321"}},
         {"AT+CPMS?", {"+CPMS: \"SM\",4,30,\"SM\",4,30,\"SM\",4,30", "OK"}},

@@ -1,6 +1,7 @@
 // Short messages in text mode, as 27.005 phones answer for them, in one
-// store, the SIM's ("SM"). A text crosses the line in the character set of
-// AT+CSCS; addresses and timestamps always as they are.
+// store, the SIM's ("SM"). A text and an address cross the line in the
+// character set of AT+CSCS, a UCS2 address as the hexadecimal units of its
+// digits; states and timestamps always as they are.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -42,8 +43,9 @@ std::string Quoted(const std::string& text) {
 }
 
 // "<stat>","<address>",,"<timestamp>" (a stored message has no timestamp)
-std::string HeaderFields(const ShortMessage& message) {
-    return Quoted(message.state) + ',' + Quoted(message.address) + ",," +
+std::string HeaderFields(const PhoneState& state, const ShortMessage& message) {
+    return Quoted(message.state) + ',' +
+           Quoted(ToLineText(state.characterSet, message.address, true)) + ",," +
            (message.timestamp.empty() ? std::string() : Quoted(message.timestamp));
 }
 
@@ -179,7 +181,7 @@ void MessageList(PhoneState& state, std::string_view arguments, Reply& reply) {
     }
     for (auto& [index, message] : state.store.Messages()) {
         if (wanted != "ALL" && message.state != wanted) continue;
-        reply.push_back("+CMGL: " + std::to_string(index) + ',' + HeaderFields(message));
+        reply.push_back("+CMGL: " + std::to_string(index) + ',' + HeaderFields(state, message));
         reply.push_back(ToLineText(state.characterSet, message.text, false));
         if (message.state == kUnread) message.state = kRead;
     }
@@ -197,7 +199,7 @@ void MessageRead(PhoneState& state, std::string_view arguments, Reply& reply) {
     if (!InTextMode(state, reply)) return;
     ShortMessage* message = MessageAt(state, arguments, reply);
     if (message == nullptr) return;
-    reply = {"+CMGR: " + HeaderFields(*message),
+    reply = {"+CMGR: " + HeaderFields(state, *message),
              ToLineText(state.characterSet, message->text, false), kOk};
     if (message->state == kUnread) message->state = kRead;
 }

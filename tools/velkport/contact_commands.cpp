@@ -26,11 +26,6 @@ bool ReadIndex(const std::string& text, int& index, std::string& problem) {
     return true;
 }
 
-// A name from the command line must be UTF-8: it goes to the phone as such.
-bool IsUtf8(const std::string& text) {
-    return Ucs2ToUtf8(Utf8ToUcs2(text)) == text;
-}
-
 std::string EntryJson(const ContactEntry& entry) {
     return "{\"index\":" + std::to_string(entry.index) + ",\"number\":" + JsonUtf8(entry.number) +
            ",\"type\":" + std::to_string(entry.type) + ",\"name\":" + JsonUtf8(entry.name) + "}";
@@ -87,6 +82,7 @@ int PrepareContacts(const TransferArgs& args, TransferPlan&, std::string& proble
 int PrepareContactPut(const TransferArgs& args, TransferPlan&, std::string& problem) {
     int index = 0;
     if (!ReadIndex(args.positionals[0], index, problem)) return kExitUsage;
+    // A name from the command line must be UTF-8: it goes to the phone as such.
     if (!IsUtf8(args.positionals[2])) {
         problem = "the name is no UTF-8 text: write it as the terminal does";
         return kExitUsage;

@@ -2,12 +2,21 @@
 // messages the phone stores, read and written in text mode through
 // velk_RunCommands and velk_RunCommandWithBody, as an application does.
 //
-// The texts cross the line in the phone's IRA character set, which is
-// ASCII: every read and send sets it (with AT+CMGF=1) in its own operation,
-// since a phone that starts in "GSM" gives a few ASCII characters other
-// bytes there. A text to send with a character ASCII has not is refused
-// before the link opens; a byte above 127 that a phone sends anyway goes
-// out in JSON as \u00XX and in the readable form as "?".
+// Each read and send first sets text mode and asks the phone's character
+// sets (AT+CMGF=1, AT+CSCS?, AT+CSCS=?), and puts the phone back in its
+// former set after each operation. A send goes in UCS2 where the phone
+// offers it, so that a text in any script crosses the line whole, and in
+// IRA (ASCII) where it does not, as also for a phone that lists no sets (a
+// phone that starts in "GSM" gives a few ASCII characters other bytes
+// there). A text with a character ASCII has not goes only to a phone with
+// UCS2, and then holds 70 UTF-16 units, one message's room, not 160.
+//
+// A read goes in IRA first, and again in UCS2 only for texts that may have
+// lost characters there (see ReadStored): the library's fields hold 83
+// bytes of a text line and 31 of an address, which in UCS2 hex is 20
+// characters of text and seven digits. Texts and addresses come out as
+// UTF-8.
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <ostream>
@@ -16,20 +25,30 @@
 #include <vector>
 
 #include "velkport.h"
+#include "velkport/character_set_choice.h"
 #include "velkport/command_run.h"
 #include "velkport/json_fields.h"
 #include "velkport/json_text.h"
+#include "velkport/message_listing.h"
 #include "velkport/transfer_context.h"
+#include "velkport/ucs2_text.h"
 
 namespace velk::cli {
 namespace {
 
-// What each operation on messages begins with: text mode, ASCII.
-const std::vector<std::string> kTextMode = {"AT+CMGF=1", "AT+CSCS=\"IRA\""};
+// What each read and send begins with: text mode, then the set the phone
+// has and the sets it offers, in that order, so that a phone that will not
+// list its sets has still said which one to return to.
+const std::vector<std::string> kOpening = {"AT+CMGF=1", "AT+CSCS?", "AT+CSCS=?"};
+constexpr std::size_t kFirstQuestion = 1;
 
-// A message text in text mode fills one message of 160 characters.
+// A message text in text mode fills one message of 160 characters in the
+// GSM alphabet, or of 70 UTF-16 units in UCS2.
 constexpr std::size_t kMostCharacters = 160;
+constexpr std::size_t kMostUcs2Units = 70;
 constexpr std::size_t kMostAddressDigits = 20;
+// The UTF-16 units of a text line the library's field holds in UCS2 hex.
+constexpr std::size_t kUcs2UnitsRead = 20;
 constexpr unsigned kLargestIndex = 65534;
 
 // The +CMS ERROR numbers a user meets with messages, said in words.
@@ -46,98 +65,6 @@ constexpr MessageError kMessageErrors[] = {
     {"+CMS ERROR: 331", "the phone has no network"},
     {"+CMS ERROR: 332", "the network did not answer in time"},
 };
-
-// One stored message, as the keys of --json name its parts.
-struct Message {
-    std::string index;  // raw JSON: a number
-    std::string state;
-    std::string address;
-    std::string timestamp;
-    std::string text;
-    std::size_t lines = 0;  // of the text, as they came
-};
-
-std::string TrimCarriageReturns(std::string text) {
-    while (!text.empty() && text.back() == '\r') text.pop_back();
-    return text;
-}
-
-// The header's address: the sender of a received message, the recipient of
-// a stored one, by the form the library read it with.
-std::string AddressOf(std::string_view header) {
-    for (const char* key : {"address", "originator", "destination"}) {
-        const std::string_view raw = JsonField(header, key);
-        if (!raw.empty()) return JsonBytes(raw);
-    }
-    return {};
-}
-
-// The messages in the blocks of the command at `position`: a header starts
-// one (+CMGL: or +CMGR:), the lines of its text follow it one block each.
-// `unread` counts the lines the library could not read.
-std::vector<Message> ReadMessages(std::string_view result, std::size_t position,
-                                  std::size_t& unread) {
-    std::vector<Message> messages;
-    for (const std::string_view block : JsonObjects(result)) {
-        std::size_t place = 0;
-        const std::string_view command = JsonField(block, "command");
-        std::from_chars(command.data(), command.data() + command.size(), place);
-        if (place != position) continue;
-        const std::string form = JsonBytes(JsonField(block, "form"));
-        if (form == "ResultError") {
-            ++unread;
-        } else if (form.ends_with("Body")) {
-            if (messages.empty()) continue;
-            Message& message = messages.back();
-            if (message.lines++ != 0) message.text += '\n';
-            message.text += TrimCarriageReturns(JsonBytes(JsonField(block, "body")));
-        } else if (form.ends_with("Header")) {
-            Message message;
-            message.index = JsonField(block, "index");
-            message.state = JsonBytes(JsonField(block, "state"));
-            message.address = AddressOf(block);
-            message.timestamp = JsonBytes(JsonField(block, "timestamp"));
-            messages.push_back(std::move(message));
-        }
-    }
-    return messages;
-}
-
-// The phone's bytes for a terminal: printable ASCII and line ends as they
-// are, every other byte as "?".
-std::string Readable(std::string_view bytes) {
-    std::string text(bytes);
-    for (char& c : text) {
-        if (c != '\n' && (c < 0x20 || c > 0x7E)) c = '?';
-    }
-    return text;
-}
-
-void PrintMessage(std::ostream& out, const Message& message, bool json) {
-    if (json) {
-        out << "{\"index\":" << (message.index.empty() ? "null" : message.index)
-            << ",\"state\":" << JsonString(message.state)
-            << ",\"address\":" << JsonString(message.address)
-            << ",\"timestamp\":" << JsonString(message.timestamp)
-            << ",\"text\":" << JsonString(message.text) << '}';
-        return;
-    }
-    // 3  REC UNREAD  +15550100  26/11/25,15:30:00+00
-    //    the text, each line indented
-    out << message.index << "  " << Readable(message.state) << "  " << Readable(message.address);
-    if (!message.timestamp.empty()) out << "  " << Readable(message.timestamp);
-    out << "\n   ";
-    for (const char c : Readable(message.text))
-        out << (c == '\n' ? std::string("\n   ") : std::string(1, c));
-    out << '\n';
-}
-
-// The opening commands, then `command`.
-std::vector<std::string> InTextMode(const std::string& command) {
-    std::vector<std::string> texts = kTextMode;
-    texts.push_back(command);
-    return texts;
-}
 
 // The end of an operation that did not bring its result: the phone's
 // refusal in words where they are known, else what the end means.
@@ -160,11 +87,128 @@ bool Done(const OperationEnd& end) {
     return end.kind == OperationEnd::Kind::kFinal && end.message == VELK_MSG_COMMAND_DONE;
 }
 
+bool Refused(const OperationEnd& end) {
+    return end.kind == OperationEnd::Kind::kFinal && end.message == VELK_MSG_COMMAND_REFUSED;
+}
+
+// Takes the answers about the character sets among the last operation's
+// blocks.
+void TakeAnswers(CharacterSetChoice& set) {
+    const std::string result = CommandResult();
+    for (const std::string_view block : JsonObjects(result)) set.Take(block);
+}
+
+// Text mode, and the character set chosen from the phone's answers. A
+// phone that refuses a question still takes messages: the set it has is
+// then not returned to, or its sets are not known and IRA is chosen.
+int OpenTextMode(const Transfer& t, CharacterSetChoice& set, const std::string& doing) {
+    const OperationEnd end = RunList(t, kOpening);
+    if (Refused(end) && ReadRefusal(end.failure).position >= kFirstQuestion) {
+        TakeAnswers(set);
+        if (ReadRefusal(end.failure).position == kFirstQuestion) {
+            const std::vector<std::string> list = {kOpening.back()};
+            const OperationEnd listed = RunList(t, list);
+            if (Done(listed)) TakeAnswers(set);
+            if (!Done(listed) && !Refused(listed)) return ReportEnd(t, listed, list, doing);
+        }
+    } else if (!Done(end)) {
+        return ReportEnd(t, end, kOpening, doing);
+    } else {
+        TakeAnswers(set);
+    }
+    set.Choose("IRA");
+    return kExitDone;
+}
+
+// Chooses the phone's former set again, after an operation that ended
+// before it could; whatever the phone answers, the operation's end stands.
+void ReturnToFormerSet(const Transfer& t, const CharacterSetChoice& set) {
+    if (!set.Returning().empty()) RunList(t, set.Returning());
+}
+
+// `command` as one operation in the chosen set, the former set chosen again
+// after it. Done also when only the return was refused: the phone has
+// answered all that was asked.
+struct SetRun {
+    std::vector<std::string> texts;
+    std::size_t position = 0;  // of the command in `texts`
+    OperationEnd end;
+    bool done = false;
+};
+
+SetRun RunInSet(const Transfer& t, const CharacterSetChoice& set, const std::string& command) {
+    SetRun run;
+    run.texts = set.Choosing();
+    run.position = run.texts.size();
+    run.texts.push_back(command);
+    for (std::string& text : set.Returning()) run.texts.push_back(std::move(text));
+    run.end = RunList(t, run.texts);
+    const bool returnRefused =
+        Refused(run.end) && ReadRefusal(run.end.failure).position > run.position;
+    run.done = Done(run.end) || returnRefused;
+    if (Refused(run.end) && !returnRefused) ReturnToFormerSet(t, set);
+    return run;
+}
+
+// Whether a text read in IRA may have lost a character to the phone's
+// stand-in for it: "?", or a byte IRA has no meaning for (now U+FFFD).
+bool MayHaveLost(const Message& message) {
+    return message.text.find('?') != std::string::npos ||
+           message.text.find("\xEF\xBF\xBD") != std::string::npos;
+}
+
 void NoteUnread(const Transfer& t, std::size_t unread) {
     if (unread == 0) return;
     t.io.err << "velkport " << t.command << ": " << Counted(unread, "line")
              << " of the phone's answer could not be read and " << (unread == 1 ? "is" : "are")
              << " left out.\n";
+}
+
+// The stored messages `command` (AT+CMGL= or AT+CMGR=) reads. First in
+// IRA, of which the library's fields hold the most: 83 characters of each
+// line of a text, and the whole address, which in UCS2 hex would overfill
+// its field of 31 bytes after seven digits. Then, where
+// the phone offers UCS2 and a text may have lost characters, once more in
+// UCS2: its texts replace those they carry whole (20 UTF-16 units a line).
+int ReadStored(const Transfer& t, const std::string& command, const std::string& doing,
+               std::vector<Message>& messages) {
+    CharacterSetChoice set;
+    if (int code = OpenTextMode(t, set, doing); code != kExitDone) return code;
+    const CharacterSetChoice ira = set.InSet("IRA");
+    const SetRun first = RunInSet(t, ira, command);
+    if (!first.done) return ReportEnd(t, first.end, first.texts, doing);
+    std::size_t unread = 0;
+    messages = ReadMessages(CommandResult(), first.position, ira, unread);
+    NoteUnread(t, unread);
+    if (!set.Ucs2() || std::none_of(messages.begin(), messages.end(), MayHaveLost)) {
+        return kExitDone;
+    }
+    const SetRun again = RunInSet(t, set, command);
+    std::size_t ignored = 0;
+    const std::vector<Message> whole =
+        again.done ? ReadMessages(CommandResult(), again.position, set, ignored)
+                   : std::vector<Message>();
+    if (!again.done) {
+        t.io.err << "velkport " << t.command << ": the phone did not answer " << command
+                 << " in UCS2, so the texts are shown as IRA carries them, \"?\" for a "
+                    "character beyond ASCII.\n";
+    }
+    for (Message& message : messages) {
+        if (!MayHaveLost(message)) continue;
+        for (const Message& other : whole) {
+            if (other.index != message.index) continue;
+            if (!other.cut) {
+                message.text = other.text;
+            } else {
+                t.io.err << "velkport " << t.command << ": the text of "
+                         << (message.index.empty() ? "the message" : "message " + message.index)
+                         << " is longer than the " << kUcs2UnitsRead
+                         << " characters velkport reads in UCS2, so it is shown as IRA "
+                            "carries it, \"?\" for a character beyond ASCII.\n";
+            }
+        }
+    }
+    return kExitDone;
 }
 
 // INDEX: a stored message's place, from 0 (some phones count from there).
@@ -189,32 +233,52 @@ std::optional<std::string> NumberProblem(const std::string& number) {
     return std::nullopt;
 }
 
-// The text of a message to send: ASCII, as the phone's IRA set carries it,
-// and line ends; 160 characters at most.
+// The first character of `text` that ASCII has not, whole; empty when
+// there is none.
+std::string FirstBeyondAscii(const std::string& text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (static_cast<unsigned char>(text[i]) < 0x80) continue;
+        // The byte and the continuation bytes of its UTF-8 form after it.
+        std::size_t last = i + 1;
+        while (last < text.size() && (static_cast<unsigned char>(text[last]) & 0xC0) == 0x80)
+            ++last;
+        return text.substr(i, last - i);
+    }
+    return {};
+}
+
+// The text of a message to send: UTF-8 and line ends, no other control
+// character; 160 characters at most in ASCII, 70 UTF-16 units with any
+// other character, which only UCS2 carries. Whether the phone has UCS2 is
+// asked later.
 std::optional<std::string> TextProblem(const std::string& text) {
     if (text.empty()) return std::string("the message text is empty");
+    if (!IsUtf8(text))
+        return std::string("the message text is no UTF-8: write it as the terminal does");
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
-        if (byte >= 0x80) {
-            // The whole character, for the sentence: the byte and the
-            // continuation bytes of its UTF-8 form after it.
-            std::size_t last = i + 1;
-            while (last < text.size() && (static_cast<unsigned char>(text[last]) & 0xC0) == 0x80)
-                ++last;
-            return "the text holds \"" + text.substr(i, last - i) +
-                   "\", which the phone's IRA character set cannot carry: velkport sends "
-                   "messages in plain ASCII; write the text without it";
-        }
         if (byte != '\n' && (byte < 0x20 || byte == 0x7F)) {
             return "the text holds the control character " + std::to_string(byte) +
                    " at character " + std::to_string(i + 1) + "; only line ends may be in it";
         }
     }
-    if (text.size() > kMostCharacters) {
+    if (FirstBeyondAscii(text).empty() && text.size() > kMostCharacters) {
         return "a message holds at most " + std::to_string(kMostCharacters) +
                " characters, this one " + std::to_string(text.size());
     }
+    if (const std::size_t units = Utf16Units(text);
+        !FirstBeyondAscii(text).empty() && units > kMostUcs2Units) {
+        return "a message with characters beyond ASCII goes in UCS2 and holds at most " +
+               std::to_string(kMostUcs2Units) + " UTF-16 units, this one " + std::to_string(units);
+    }
     return std::nullopt;
+}
+
+// A text beyond ASCII for a phone without UCS2.
+std::string IraProblem(const std::string& text) {
+    return "the text holds \"" + FirstBeyondAscii(text) +
+           "\", which the phone's IRA character set cannot carry: velkport sends "
+           "messages in plain ASCII; write the text without it";
 }
 
 int Refuse(std::optional<std::string> bad, std::string& problem) {
@@ -237,11 +301,11 @@ int PrepareMessageSend(const TransferArgs& args, TransferPlan&, std::string& pro
 }
 
 int ListMessages(const Transfer& t) {
-    const std::vector<std::string> texts = InTextMode("AT+CMGL=\"ALL\"");
-    const OperationEnd end = RunList(t, texts);
-    if (!Done(end)) return ReportEnd(t, end, texts, "listing the messages");
-    std::size_t unread = 0;
-    const std::vector<Message> messages = ReadMessages(CommandResult(), texts.size() - 1, unread);
+    std::vector<Message> messages;
+    if (int code = ReadStored(t, "AT+CMGL=\"ALL\"", "listing the messages", messages);
+        code != kExitDone) {
+        return code;
+    }
     if (t.args.json) t.io.out << '[';
     for (std::size_t i = 0; i < messages.size(); ++i) {
         if (t.args.json && i != 0) t.io.out << ',';
@@ -250,18 +314,16 @@ int ListMessages(const Transfer& t) {
     }
     if (t.args.json) t.io.out << "]\n";
     if (!t.args.json && messages.empty()) t.io.err << "The phone holds no messages.\n";
-    NoteUnread(t, unread);
     return kExitDone;
 }
 
 int GetMessage(const Transfer& t) {
     const std::string& index = t.args.positionals[0];
-    const std::vector<std::string> texts = InTextMode("AT+CMGR=" + index);
-    const OperationEnd end = RunList(t, texts);
-    if (!Done(end)) return ReportEnd(t, end, texts, "reading message " + index);
-    std::size_t unread = 0;
-    std::vector<Message> messages = ReadMessages(CommandResult(), texts.size() - 1, unread);
-    NoteUnread(t, unread);
+    const std::string doing = "reading message " + index;
+    std::vector<Message> messages;
+    if (int code = ReadStored(t, "AT+CMGR=" + index, doing, messages); code != kExitDone) {
+        return code;
+    }
     if (messages.empty()) {
         return t.Report(kExitRefused, "the phone's answer to AT+CMGR=" + index +
                                           " held no message it could read");
@@ -284,14 +346,26 @@ int DeleteMessage(const Transfer& t) {
 
 int SendMessage(const Transfer& t) {
     const std::string& number = t.args.positionals[0];
-    const OperationEnd opened = RunList(t, kTextMode);
-    if (!Done(opened)) return ReportEnd(t, opened, kTextMode, "setting text mode");
+    const std::string& text = t.args.positionals[1];
+    CharacterSetChoice set;
+    if (int code = OpenTextMode(t, set, "setting text mode"); code != kExitDone) return code;
+    if (!set.Ucs2() && !FirstBeyondAscii(text).empty())
+        return t.Report(kExitUsage, IraProblem(text));
+    if (!set.Choosing().empty()) {
+        const OperationEnd chosen = RunList(t, set.Choosing());
+        if (!Done(chosen)) return ReportEnd(t, chosen, set.Choosing(), "setting text mode");
+    }
+    // The number goes as digits in every set: the library's address field
+    // holds 31 bytes, seven characters in UCS2 hex, and phones in UCS2
+    // take a number in digits as well.
     const std::string command = "AT+CMGS=\"" + number + "\"";
-    const OperationEnd end = RunWithBody(t, command, t.args.positionals[1]);
+    const OperationEnd end = RunWithBody(t, command, set.LineText(text));
+    // The views point into `result`, which must outlive the loop; it is
+    // taken before the return to the former set, an operation of its own.
+    const std::string result = Done(end) ? CommandResult() : std::string();
+    ReturnToFormerSet(t, set);
     if (!Done(end)) return ReportEnd(t, end, {command}, "sending the message to " + number);
     std::string reference;
-    // The views point into `result`, which must outlive the loop.
-    const std::string result = CommandResult();
     for (const std::string_view block : JsonObjects(result)) {
         const std::string_view value = JsonField(block, "reference");
         if (!value.empty()) reference = value;

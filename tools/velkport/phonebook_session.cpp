@@ -53,35 +53,6 @@ bool ReadRange(std::string_view text, int& first, int& last) {
     return first >= 0 && last >= first;
 }
 
-// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the list, then the set
-// Whether the list of AT+CSCS=?, ("IRA","GSM","UCS2") or (IRA,GSM,UCS2),
-// names `set`.
-bool Offers(std::string_view list, std::string_view set) {
-    std::string word;
-    for (const char c : std::string(list) + ',') {
-        if (c == ',') {
-            if (word == set) return true;
-            word.clear();
-        } else if (c != '"' && c != '(' && c != ')' && c != ' ') {
-            word += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-        }
-    }
-    return false;
-}
-
-// A number some phones send in UCS2 too: hexadecimal groups of dial
-// characters, "002B0034" for "+4".
-bool LooksLikeUcs2Number(std::string_view text) {
-    if (text.empty() || text.size() % 4 != 0) return false;
-    if (text.find_first_not_of("0123456789ABCDEFabcdef") != std::string_view::npos) return false;
-    for (std::size_t i = 0; i < text.size(); i += 4) {
-        if (text.substr(i, 2) != "00") return false;
-        const std::string point = Ucs2ToUtf8(text.substr(i, 4));
-        if (point != "+" && kDialCharacters.find(point) == std::string_view::npos) return false;
-    }
-    return true;
-}
-
 // The place of the refused command, from the library's
 // "command <n>: <the phone's line>", and the phone's line.
 bool ReadRefusal(const std::string& text, std::size_t& position, std::string& line) {
@@ -105,11 +76,9 @@ int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tole
                                std::vector<Block>& blocks, const char* doing, bool chooseSet) {
     std::vector<std::string> front;
     std::vector<std::string> back;
-    if (chooseSet && !layout_.characterSet.empty()) {
-        front.push_back("AT+CSCS=\"" + layout_.characterSet + "\"");
-        if (!layout_.formerSet.empty() && layout_.formerSet != layout_.characterSet) {
-            back.push_back("AT+CSCS=\"" + layout_.formerSet + "\"");
-        }
+    if (chooseSet) {
+        front = layout_.characterSet.Choosing();
+        back = layout_.characterSet.Returning();
     }
     std::size_t next = 0;
     bool restored = true;  // the phone's former set chosen again after the last run
@@ -204,18 +173,12 @@ int PhonebookSession::Open(const std::string& memory) {
         texts, [](std::size_t position, const std::string&) { return position != 2; }, blocks,
         ("choosing the phone book " + memory).c_str(), false);
     if (code != kExitDone) return code;
-    std::string sets;
-    bool listed = false;
     int total = -1;
     bool ranged = false;
     for (const Block& block : blocks) {
+        layout_.characterSet.Take(block.json);
         const std::string form = Field(block.json, "form");
-        if (form == "ResultCharacterSet") {
-            layout_.formerSet = Field(block.json, "characterSet");
-        } else if (form == "ResultCharacterSets") {
-            sets = Field(block.json, "characterSets");
-            listed = true;
-        } else if (form == "ResultPhonebookStorage") {
+        if (form == "ResultPhonebookStorage") {
             layout_.used = NumberOf(JsonField(block.json, "used"), -1);
             total = NumberOf(JsonField(block.json, "total"), -1);
         } else if (form == "ResultPhonebookReadRange") {
@@ -224,11 +187,7 @@ int PhonebookSession::Open(const std::string& memory) {
             layout_.textLength = NumberOf(JsonField(block.json, "textLength"), 0);
         }
     }
-    if (Offers(sets, "UCS2")) {
-        layout_.characterSet = "UCS2";
-    } else if (listed && Offers(sets, "IRA")) {
-        layout_.characterSet = "IRA";
-    }
+    layout_.characterSet.Choose("");
     if (!ranged && total > 0) {
         layout_.first = 1;
         layout_.last = total;
@@ -242,18 +201,15 @@ int PhonebookSession::Open(const std::string& memory) {
 }
 
 std::string PhonebookSession::LineText(const std::string& utf8) const {
-    return layout_.characterSet == "UCS2" ? Utf8ToUcs2(utf8) : utf8;
+    return layout_.characterSet.LineText(utf8);
 }
 
 ContactEntry PhonebookSession::EntryOf(const std::string& json) const {
     ContactEntry entry;
     entry.index = NumberOf(JsonField(json, "index"), 0);
     entry.type = NumberOf(JsonField(json, "numberType"), 0);
-    const std::string number = Field(json, "number");
-    const std::string text = Field(json, "text");
-    const bool ucs2 = layout_.characterSet == "UCS2";
-    entry.number = ucs2 && LooksLikeUcs2Number(number) ? Ucs2ToUtf8(number) : IraToUtf8(number);
-    entry.name = ucs2 ? Ucs2ToUtf8(text) : IraToUtf8(text);
+    entry.number = layout_.characterSet.NumberOf(Field(json, "number"));
+    entry.name = layout_.characterSet.TextOf(Field(json, "text"));
     return entry;
 }
 
@@ -282,7 +238,7 @@ int PhonebookSession::ReadAll(std::vector<ContactEntry>& entries) {
 
 int PhonebookSession::Find(const std::string& text, std::vector<ContactEntry>& entries) {
     entries.clear();
-    if (layout_.characterSet != "UCS2" && (!FitsIra(text) || text.find('"') != std::string::npos)) {
+    if (!layout_.characterSet.Ucs2() && (!FitsIra(text) || text.find('"') != std::string::npos)) {
         return t_.Report(kExitUsage,
                          "the phone offers no UCS2 character set, so only plain "
                          "ASCII without a double quote can be looked for, not \"" +
@@ -293,9 +249,9 @@ int PhonebookSession::Find(const std::string& text, std::vector<ContactEntry>& e
     std::string asked = LineText(text);
     const bool narrowed = asked.size() > kFindRoom;
     if (narrowed) {
-        std::size_t keep = layout_.characterSet == "UCS2" ? kFindRoom / 4 * 4 : kFindRoom;
+        std::size_t keep = layout_.characterSet.Ucs2() ? kFindRoom / 4 * 4 : kFindRoom;
         // Not between the halves of a surrogate pair.
-        if (layout_.characterSet == "UCS2" && keep >= 4 && asked[keep - 4] == 'D' &&
+        if (layout_.characterSet.Ucs2() && keep >= 4 && asked[keep - 4] == 'D' &&
             std::string_view("89AB").find(asked[keep - 3]) != std::string_view::npos) {
             keep -= 4;
         }
@@ -369,7 +325,7 @@ std::string PhonebookSession::NumberProblem(const std::string& number) const {
 }
 
 std::string PhonebookSession::NameProblem(const std::string& name) const {
-    const bool ucs2 = layout_.characterSet == "UCS2";
+    const bool ucs2 = layout_.characterSet.Ucs2();
     if (!ucs2 && !FitsIra(name)) {
         return "the phone offers no UCS2 character set, so a name must be plain ASCII, and \"" +
                name + "\" is not";

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "velkport/character_set_choice.h"
 #include "velkport/transfer_context.h"
 
 namespace velk::cli {
@@ -31,13 +32,9 @@ int NumberType(const std::string& number);
 
 struct BookLayout {
     std::string memory;
-    // "UCS2" or "IRA"; empty when the phone lists no character sets: its
-    // own is left as it is and read as IRA.
-    std::string characterSet;
-    // The set the phone had before (AT+CSCS?), chosen again at the end of
-    // each operation so that the phone is left as it was found; empty when
-    // not told.
-    std::string formerSet;
+    // UCS2 where offered, else IRA; a phone that lists no character sets
+    // is left in its own and read as IRA.
+    CharacterSetChoice characterSet;
     int first = 1;
     int last = 0;
     int numberLength = 0;  // 0: not told

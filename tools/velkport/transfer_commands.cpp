@@ -120,12 +120,14 @@ constexpr TransferCommand kTransferCommands[] = {
      "  --json  print each as the JSON object velkport decode prints\n"},
     {"messages", "", kExtraJson, nullptr, &ListMessages,
      "velkport [LINK OPTIONS] messages [--json]",
-     "Lists every message the phone stores (AT+CMGF=1, AT+CSCS=\"IRA\", then\n"
-     "AT+CMGL=\"ALL\", as one operation): for each its index, state (REC\n"
-     "UNREAD, REC READ, STO UNSENT or STO SENT), address and time stamp on one\n"
-     "line, its text on the lines below. The phone counts an unread message\n"
-     "listed as read from then on. Texts cross the line in ASCII; a byte above\n"
-     "127 that a phone sends anyway shows as \"?\".\n"
+     "Lists every message the phone stores (AT+CMGF=1 and the character sets\n"
+     "asked, then AT+CMGL=\"ALL\"): for each its index, state (REC UNREAD, REC\n"
+     "READ, STO UNSENT or STO SENT), address and time stamp on one line, its\n"
+     "text on the lines below, as UTF-8. The phone counts an unread message\n"
+     "listed as read from then on. The list is read in IRA (ASCII), and where\n"
+     "the phone offers UCS2 and a text came with a \"?\", once more in UCS2 for\n"
+     "the texts of up to 20 characters; the phone is left in the character set\n"
+     "it had.\n"
      "  --json  print one JSON array instead, an object for each message with\n"
      "          index, state, address, timestamp and text\n"},
     {"message-get", "INDEX", kExtraJson, &PrepareMessageIndex, &GetMessage,
@@ -140,12 +142,13 @@ constexpr TransferCommand kTransferCommands[] = {
      "deletion of an empty index without complaint.\n"},
     {"message-send", "NUMBER TEXT", kExtraJson, &PrepareMessageSend, &SendMessage,
      "velkport [LINK OPTIONS] message-send NUMBER TEXT [--json]",
-     "Sends TEXT (one argument, at most 160 characters, plain ASCII and line\n"
-     "ends) to NUMBER (digits, + in front for an international one) with\n"
-     "AT+CMGS in text mode, and prints the reference the phone gave the\n"
-     "message. A character ASCII has not is refused before the device is\n"
-     "opened: the text goes out in the phone's IRA character set. A text that\n"
-     "begins with - goes behind --.\n"
+     "Sends TEXT (one argument of UTF-8 and line ends) to NUMBER (digits, + in\n"
+     "front for an international one) with AT+CMGS in text mode, and prints\n"
+     "the reference the phone gave the message. The text goes in the phone's\n"
+     "UCS2 where it offers it, else in IRA, which carries only plain ASCII. It\n"
+     "holds at most 160 characters of plain ASCII, or 70 UTF-16 units with any\n"
+     "other character; a longer text is refused before the device is opened.\n"
+     "A text that begins with - goes behind --.\n"
      "  --json  print {\"number\":...,\"reference\":...} instead\n"},
     {"contacts", "", kExtraMemory | kExtraJson | kExtraVcard | kExtraFind, &PrepareContacts,
      &ListContacts, "velkport [LINK OPTIONS] contacts [--memory M] [--json|--vcard] [--find TEXT]",

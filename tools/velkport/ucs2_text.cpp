@@ -142,6 +142,10 @@ bool FitsIra(std::string_view utf8) {
     return true;
 }
 
+bool IsUtf8(std::string_view text) {
+    return Ucs2ToUtf8(Utf8ToUcs2(text)) == text;
+}
+
 std::size_t Utf16Units(std::string_view utf8) {
     std::size_t units = 0;
     for (const char32_t point : CodePoints(utf8)) units += point >= 0x10000 ? 2 : 1;

@@ -30,6 +30,9 @@ std::string IraToUtf8(std::string_view bytes);
 // Whether IRA carries `utf8` as it is: printable ASCII only.
 bool FitsIra(std::string_view utf8);
 
+// Whether `text` is whole UTF-8, as a terminal writes it.
+bool IsUtf8(std::string_view text);
+
 // The room `utf8` takes in UTF-16 units, as a phone counts a UCS2 name.
 std::size_t Utf16Units(std::string_view utf8);
 
