@@ -89,6 +89,7 @@ static int Report(const Reader* reader, unsigned message) {
 
 /* The window is readable: one whole message waits, as each is written with
  * a single write(). */
+/* NOLINTNEXTLINE(bugprone-easily-swappable-parameters): GUnixFDSourceFunc's own */
 static gboolean WindowReadable(gint window, GIOCondition condition, gpointer data) {
     Reader* reader = data;
     VelkWindowMessage m;

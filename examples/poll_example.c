@@ -12,7 +12,7 @@
  * so the limit only guards against a mistake.
  *
  * Build: cc poll_example.c $(pkg-config --cflags --libs velkport) */
-#define _POSIX_C_SOURCE 200809L
+#define _POSIX_C_SOURCE 200809L /* NOLINT(bugprone-reserved-identifier): POSIX's own */
 #include <errno.h>
 #include <poll.h>
 #include <stdio.h>
@@ -52,6 +52,7 @@ static unsigned WaitForEnd(int window) {
 
 /* Waits for the end of the operation that `asked` says was taken, and says
  * why when it is not `want`: 1 for good, 0 after the sentence. */
+/* NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the window, then the answer */
 static int Ended(int window, int asked, unsigned want, const char* what) {
     const char* why = "";
     unsigned got;

@@ -43,6 +43,7 @@ bool Ask(Step step, int image) {
 
 // Prints what the operation that ended with `message` brought; false after
 // a sentence when it failed.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the step, then what ended it
 bool Report(Step step, int image, unsigned message) {
     if (message != kWanted[step]) {
         const char* why = "";
@@ -113,12 +114,17 @@ int main(int argc, char** argv) {
         limit.stop();
         if (!Report(step, image, m.message)) {
             app.exit(1);
-        } else if ((step = static_cast<Step>(step + 1)) == kDone) {
+            return;
+        }
+        step = static_cast<Step>(step + 1);
+        if (step == kDone) {
             app.exit(0);
-        } else if (!Ask(step, image)) {
-            app.exit(1);
-        } else {
+            return;
+        }
+        if (Ask(step, image)) {
             limit.start(kLimitMs);
+        } else {
+            app.exit(1);
         }
     });
 

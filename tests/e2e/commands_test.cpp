@@ -174,8 +174,8 @@ TEST_F(FakePhoneTest, UnreadableLineAmidAReplyIsAResultAndTheRunGoesOn) {
     const std::string objects[] = {
         "{\"command\":0,\"resultId\":14,",
         "\"text\":\"Ann\"}",
-        "{\"command\":0,\"resultId\":3,\"form\":\"ResultError\",\"message\":\"There is some "
-        "inlegal parameter in +CPBR: zz,",
+        std::string("{\"command\":0,\"resultId\":3,\"form\":\"ResultError\",\"message\":") +
+            "\"There is some inlegal parameter in +CPBR: zz,",
         "{\"command\":0,\"resultId\":14,",
         "\"text\":\"Bob\"}",
         "{\"command\":1,\"resultId\":9,"};

@@ -38,6 +38,7 @@ Bitmap MakeBitmap(unsigned width, unsigned height, const std::vector<const char*
     return bitmap;
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): width, height, then the seed
 Bitmap RandomBitmap(unsigned width, unsigned height, uint32_t seed) {
     std::mt19937 random(seed);
     Bitmap bitmap{width, height, std::vector<uint8_t>(std::size_t{width} * height)};
@@ -139,14 +140,14 @@ TEST(FrameBitmap, DitheringKeepsBlackAndWhiteAndTheShadeOfGrey) {
     } rows[] = {{0, 1.0}, {32, 0.875}, {64, 0.75}, {128, 0.5}, {191, 0.25}, {255, 0.0}};
     for (const Row& row : rows) {
         SCOPED_TRACE(static_cast<int>(row.grey));
-        const GreyPicture grey{96, 64, std::vector<uint8_t>(96 * 64, row.grey)};
+        const GreyPicture grey{96, 64, std::vector<uint8_t>(std::size_t{96} * 64, row.grey)};
         const Bitmap dots = Dither(grey);
         const double dark =
             static_cast<double>(std::count(dots.dots.begin(), dots.dots.end(), 1)) / (96 * 64);
         EXPECT_NEAR(dark, row.dark, 0.02);
     }
     // A left-to-right ramp gets darker to the left in every band of columns.
-    GreyPicture ramp{96, 64, std::vector<uint8_t>(96 * 64)};
+    GreyPicture ramp{96, 64, std::vector<uint8_t>(std::size_t{96} * 64)};
     for (unsigned y = 0; y < 64; ++y) {
         for (unsigned x = 0; x < 96; ++x)
             ramp.grey[y * 96 + x] = static_cast<uint8_t>(x * 255 / 95);

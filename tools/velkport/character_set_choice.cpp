@@ -11,9 +11,9 @@ namespace {
 constexpr std::string_view kDialCharacters = "0123456789*#pPwW";
 constexpr std::string_view kHexDigits = "0123456789ABCDEFabcdef";
 
-// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the list, then the set
 // Whether the list of AT+CSCS=?, ("IRA","GSM","UCS2") or (IRA,GSM,UCS2),
 // names `set`.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the list, then the set
 bool Offers(std::string_view list, std::string_view set) {
     std::string word;
     for (const char c : std::string(list) + ',') {

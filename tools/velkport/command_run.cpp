@@ -17,6 +17,7 @@ Refusal ReadRefusal(const LibraryFailure& failure) {
         const char* last = text.data() + colon;
         if (std::from_chars(first, last, refusal.position).ptr == last) {
             refusal.line = text.substr(colon + 2);
+            refusal.named = true;
         }
     }
     return refusal;

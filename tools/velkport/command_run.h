@@ -12,10 +12,12 @@
 namespace velk::cli {
 
 // The place of the refused command in the list, from the library's
-// "command <n>: <the phone's line>", and the phone's line.
+// "command <n>: <the phone's line>", and the phone's line; `named` is false
+// (and `line` the whole text) when the text is not of that shape.
 struct Refusal {
     std::size_t position = 0;
     std::string line;
+    bool named = false;
 };
 
 Refusal ReadRefusal(const LibraryFailure& failure);

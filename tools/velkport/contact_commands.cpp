@@ -173,6 +173,7 @@ int RestoreContacts(const Transfer& t) {
         for (const std::string& found :
              {book.NumberProblem(cards[i].number), book.NameProblem(cards[i].name)}) {
             if (!found.empty()) {
+                // NOLINTNEXTLINE(performance-inefficient-string-concatenation): said once
                 return t.Report(kExitUsage, path + ", " + CardLabel(i + 1, cards[i]) + ": " +
                                                 found + "; nothing was written");
             }

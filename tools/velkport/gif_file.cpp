@@ -20,6 +20,8 @@ int ReadBytes(GifFileType* gif, GifByteType* buffer, int wanted) {
     auto* reader = static_cast<MemoryReader*>(gif->UserData);
     const std::size_t count =
         std::min(static_cast<std::size_t>(std::max(wanted, 0)), reader->bytes.size() - reader->at);
+    // Bytes of a file, no string: nothing to terminate.
+    // NOLINTNEXTLINE(bugprone-not-null-terminated-result)
     std::memcpy(buffer, reader->bytes.data() + reader->at, count);
     reader->at += count;
     return static_cast<int>(count);
@@ -129,6 +131,7 @@ bool ReadExtension(GifFileType* gif, GraphicsControlBlock& control) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the bytes, then the name they came by
 std::optional<std::vector<GreyPicture>> ReadGif(const std::string& bytes, const std::string& path,
                                                 std::string& problem) {
     MemoryReader reader{bytes};

@@ -34,6 +34,7 @@ int FrameSize(const Transfer& t, const FrameRange& range, unsigned& width, unsig
 }
 
 // Frame `only` of the image (every frame when 0) as bitmaps.
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): width, height, then the frame
 int BitmapsOfImage(const Transfer& t, const ImageCopy& image, unsigned width, unsigned height,
                    unsigned only, std::vector<Bitmap>& bitmaps) {
     const std::string id = ImageName(t.plan.number);
@@ -51,10 +52,10 @@ int BitmapsOfImage(const Transfer& t, const ImageCopy& image, unsigned width, un
         std::string problem;
         std::optional<Bitmap> bitmap = BitmapFromFrame(text, width, height, problem);
         if (!bitmap) {
-            return t.Report(kExitFailure, "frame " + std::to_string(k) + " of " + id +
-                                              " is no bitmap: " + problem +
-                                              "; velkport image-get without a picture file "
-                                              "saves its text as it is");
+            std::string why = "frame " + std::to_string(k);
+            why.append(" of ").append(id).append(" is no bitmap: ").append(problem);
+            why += "; velkport image-get without a picture file saves its text as it is";
+            return t.Report(kExitFailure, why);
         }
         bitmaps.push_back(std::move(*bitmap));
     }

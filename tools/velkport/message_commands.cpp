@@ -170,6 +170,7 @@ void NoteUnread(const Transfer& t, std::size_t unread) {
 // its field of 31 bytes after seven digits. Then, where
 // the phone offers UCS2 and a text may have lost characters, once more in
 // UCS2: its texts replace those they carry whole (20 UTF-16 units a line).
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the command, then what it is for
 int ReadStored(const Transfer& t, const std::string& command, const std::string& doing,
                std::vector<Message>& messages) {
     CharacterSetChoice set;

@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "velkport.h"
+#include "velkport/command_run.h"
 #include "velkport/json_fields.h"
 #include "velkport/ucs2_text.h"
 
@@ -53,19 +54,6 @@ bool ReadRange(std::string_view text, int& first, int& last) {
     return first >= 0 && last >= first;
 }
 
-// The place of the refused command, from the library's
-// "command <n>: <the phone's line>", and the phone's line.
-bool ReadRefusal(const std::string& text, std::size_t& position, std::string& line) {
-    constexpr std::string_view kHead = "command ";
-    const std::size_t colon = text.find(": ");
-    if (!text.starts_with(kHead) || colon == std::string::npos) return false;
-    const char* first = text.data() + kHead.size();
-    const char* last = text.data() + colon;
-    if (std::from_chars(first, last, position).ptr != last) return false;
-    line = text.substr(colon + 2);
-    return true;
-}
-
 }  // namespace
 
 int NumberType(const std::string& number) {
@@ -91,11 +79,7 @@ int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tole
                    texts.begin() + static_cast<std::ptrdiff_t>(next + take));
         const std::size_t backFrom = run.size();
         run.insert(run.end(), back.begin(), back.end());
-        std::vector<const char*> pointers;
-        pointers.reserve(run.size());
-        for (const std::string& text : run) pointers.push_back(text.c_str());
-        const OperationEnd end = t_.link.Run(
-            [&] { return velk_RunCommands(pointers.data(), static_cast<int>(pointers.size())); });
+        const OperationEnd end = RunList(t_, run);
         const bool done =
             end.kind == OperationEnd::Kind::kFinal &&
             (end.message == VELK_MSG_COMMAND_DONE || end.message == VELK_MSG_COMMAND_REFUSED);
@@ -110,14 +94,17 @@ int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tole
             }
         }
         if (!done) return t_.Report(end, {"", doing});
-        const char* json = nullptr;
-        const std::string result = velk_GetCommandResult(&json) == 1 && json ? json : "";
+        const std::string result = CommandResult();
         std::size_t refused = run.size();
         std::string line;
-        if (end.message == VELK_MSG_COMMAND_REFUSED &&
-            !ReadRefusal(end.failure.text, refused, line)) {
-            return t_.Report(kExitRefused, "the phone refused a command " + std::string(doing) +
-                                               ": " + end.failure.text);
+        if (end.message == VELK_MSG_COMMAND_REFUSED) {
+            Refusal refusal = ReadRefusal(end.failure);
+            if (!refusal.named) {
+                return t_.Report(kExitRefused, "the phone refused a command " + std::string(doing) +
+                                                   ": " + end.failure.text);
+            }
+            refused = refusal.position;
+            line = std::move(refusal.line);
         }
         for (const std::string_view object : JsonObjects(result)) {
             const std::size_t place = static_cast<std::size_t>(
@@ -144,8 +131,9 @@ int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tole
         }
         const std::string& text = run[std::min(refused, run.size() - 1)];
         if (refused < front.size() || !tolerated(next + refused - front.size(), line)) {
-            return t_.Report(kExitRefused,
-                             "the phone refused " + text + " with \"" + line + "\" while " + doing);
+            std::string why = "the phone refused " + text;
+            why.append(" with \"").append(line).append("\" while ").append(doing);
+            return t_.Report(kExitRefused, why);
         }
         next += refused - front.size() + 1;
         restored = back.empty();
@@ -153,10 +141,7 @@ int PhonebookSession::RunSteps(const std::vector<std::string>& texts, const Tole
     if (!restored) {
         // The last text was refused, and the set with it was not chosen
         // again: one operation more, whatever its end.
-        std::vector<const char*> pointers;
-        for (const std::string& text : back) pointers.push_back(text.c_str());
-        t_.link.Run(
-            [&] { return velk_RunCommands(pointers.data(), static_cast<int>(pointers.size())); });
+        RunList(t_, back);
     }
     return kExitDone;
 }

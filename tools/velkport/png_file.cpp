@@ -6,6 +6,7 @@
 
 namespace velk::cli {
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the bytes, then the name they came by
 std::optional<std::vector<GreyPicture>> ReadPng(const std::string& bytes, const std::string& path,
                                                 std::string& problem) {
     png_image image{};
