@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# The manual pages name every subcommand and every option that the programs'
-# --help texts name, so that the two cannot drift apart.
+# The manual pages and the bash completion name every subcommand and every
+# option that the programs' --help texts name, so that they cannot drift
+# apart.
 #   man_pages.sh SOURCE_DIR VELKPORT VELKPORT_PHONE
 set -u
 source_dir=$1
@@ -11,15 +12,17 @@ failures=0
 # The options a help text names: --words and the short -o.
 options() { grep -oE -- '(^|[ [,])--?[a-z][a-z-]*' | sed 's/^[ [,]//' | sort -u; }
 
-# check PAGE HELP_TEXT: each option of the text stands in the page (whose
-# "\-" is a plain "-" once rendered).
+# check FILE HELP_TEXT: each option of the text stands in FILE, a page
+# under man/ (whose "\-" is a plain "-" once rendered) or a completion
+# under completion/.
 check() {
-    local page=$1 help=$2 option
+    local file=$1 help=$2 option
     local text
-    text=$(sed 's/\\-/-/g' "$source_dir/man/$page")
+    text=$(sed 's/\\-/-/g' "$source_dir/$file")
     for option in $(printf '%s\n' "$help" | options); do
-        grep -qF -- "$option" <<<"$text" || {
-            echo "FAIL: $page does not name $option" >&2
+        [ "$option" = -h ] && continue
+        grep -qwF -- "$option" <<<"$text" || {
+            echo "FAIL: $file does not name $option" >&2
             failures=$((failures + 1))
         }
     done
@@ -34,7 +37,13 @@ for sub in $subcommands; do
         echo "FAIL: velkport.1 has no entry for the subcommand $sub" >&2
         failures=$((failures + 1))
     }
+    grep -qw -- "$sub" "$source_dir/completion/velkport" || {
+        echo "FAIL: the completion of velkport does not name the subcommand $sub" >&2
+        failures=$((failures + 1))
+    }
 done
-check velkport.1 "$all_help"
-check velkport-phone.1 "$("$phone" --help)"
+check man/velkport.1 "$all_help"
+check man/velkport-phone.1 "$("$phone" --help)"
+check completion/velkport "$all_help"
+check completion/velkport-phone "$("$phone" --help)"
 exit $((failures > 0))
