@@ -70,6 +70,13 @@ grep -qE '^velkport messages: the text of message [0-9]+ is longer than the 20 c
     "$work/err" || fail "no word of the text read in IRA: $(cat "$work/err")"
 on_phone 0 at 'AT+CSCS?'
 grep -qF '"characterSet":"GSM"' "$work/out" || fail "messages left the phone in another set: $(cat "$work/out")"
+# A text longer than the library reads of a line is said to be cut.
+on_phone 0 message-send +15550100 "$(printf 'abcdefghij%.0s' $(seq 15))"
+on_phone 0 messages --json
+grep -qF "\"text\":\"$(printf 'abcdefghij%.0s' $(seq 8))abc\"}" "$work/out" ||
+    fail "a long text did not read as its first 83 characters: $(cat "$work/out")"
+grep -qE '^velkport messages: the text of message [0-9]+ fills the 83 characters velkport reads of a line; the phone may hold more of it\.$' \
+    "$work/err" || fail "no word of the cut text: $(cat "$work/err")"
 
 # 4. What is refused before the device is opened, and a phone that refuses.
 while IFS='|' read -r text sentence; do

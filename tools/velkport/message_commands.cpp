@@ -164,6 +164,18 @@ void NoteUnread(const Transfer& t, std::size_t unread) {
              << " left out.\n";
 }
 
+// A text that filled the library's field may go on in the phone: a text
+// message holds up to 160 characters, the field 83 of each line.
+void NoteCut(const Transfer& t, const std::vector<Message>& messages) {
+    for (const Message& message : messages) {
+        if (!message.cut) continue;
+        t.io.err << "velkport " << t.command << ": the text of "
+                 << (message.index.empty() ? "the message" : "message " + message.index)
+                 << " fills the 83 characters velkport reads of a line; the phone may hold "
+                    "more of it.\n";
+    }
+}
+
 // The stored messages `command` (AT+CMGL= or AT+CMGR=) reads. First in
 // IRA, of which the library's fields hold the most: 83 characters of each
 // line of a text, and the whole address, which in UCS2 hex would overfill
@@ -181,6 +193,7 @@ int ReadStored(const Transfer& t, const std::string& command, const std::string&
     std::size_t unread = 0;
     messages = ReadMessages(CommandResult(), first.position, ira, unread);
     NoteUnread(t, unread);
+    NoteCut(t, messages);
     if (!set.Ucs2() || std::none_of(messages.begin(), messages.end(), MayHaveLost)) {
         return kExitDone;
     }
