@@ -47,7 +47,11 @@
  *   several at once: velk_BeginThread, velk_EndThread and
  *   velk_CancelCurrentAction are serialised among themselves, and the others
  *   may run beside them. Operations themselves run one at a time; a request
- *   made while another operation runs is refused with 0. velk_GetVersion
+ *   made while another operation runs is refused with 0. Some final
+ *   messages (1135, 1138, 1139, 1141, 1142, 1143, 1146) can reach the
+ *   window a moment before the link takes requests again: a request made at
+ *   once in answer to it may be refused with 0 and is to be tried again (the
+ *   Python package and velkport do so for up to 2 s). velk_GetVersion
  *   and velk_GetLastError may be called at any time, with or without a
  *   link.
  *
