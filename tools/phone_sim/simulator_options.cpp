@@ -36,7 +36,8 @@ It is also a phone with a SIM, as 27.007 and 27.005 phones answer:
                 message texts cross the line in it: in UCS2 as four
                 hexadecimal digits per UTF-16 unit; in IRA and GSM anything
                 but printable ASCII goes out as "?" and only ASCII is taken.
-                Numbers and addresses always go as they are.
+                Message addresses go in it too; phone-book numbers go as
+                they are, and an address given as plain digits is taken.
   Messages      in text mode (AT+CMGF=1; in PDU mode the message commands
                 answer +CMS ERROR: 303), in "SM", 30 places, seeded with
                 five: AT+CPMS, AT+CMGL[="<stat>"|"ALL"], AT+CMGR=<i> (reading
