@@ -14,7 +14,7 @@
 // read and their OK, for hundreds of milliseconds) into the port that the
 // restart opens. Were the next command to go out meanwhile, the phone would
 // answer it only after that tail, and the tail's OK would be taken for its
-// answer: from then on every command would take the one before it's OK. So a
+// answer: from then on every command would take the OK of the one before. So a
 // link started with SettleAtNextStart first lets the line go quiet: the
 // reader throws away whatever comes until nothing has come for
 // kSettleQuietMs, and a write waits until then. Silence is the only mark of
@@ -66,9 +66,6 @@ class CSerialLink {
     // restart of a cancel. StartLink takes the mark, also when it fails; the
     // caller clears it after a start that may not have reached StartLink.
     void SettleAtNextStart(bool settle) { settleAtNextStart_.store(settle); }
-
-    // True while the link settles: writes wait.
-    bool Settling() const { return settling_.load(); }
 
     // Ends the reader (waiting for it), drops DTR, closes the port and posts
     // AT_MSG_LINK_DOWN to the worker, unless the link had failed already and
