@@ -192,7 +192,11 @@ VELK_API int32_t velk_EndThread(void);
 /* Ends the running operation by tearing the link down and building it again
  * with the same window, port, rate and flow control. No window message
  * follows. 1 when an operation ran; 0 when none ran (the link stays as it
- * was) or no link stands. Blocks like velk_EndThread and velk_BeginThread. */
+ * was) or no link stands. Blocks like velk_EndThread and velk_BeginThread.
+ * The phone may still send the rest of the cancelled reply: the next
+ * operation's first command goes out once the phone has been silent for
+ * 100 ms (at most 2 s after the restart), and what came before is thrown
+ * away. */
 VELK_API int32_t velk_CancelCurrentAction(void);
 
 /* Reads the ring-tone information: 1136 or 1133, 1139, 1140. */

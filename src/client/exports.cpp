@@ -191,12 +191,16 @@ VELK_API int32_t velk_CancelCurrentAction(void) {
             return 0;
         }
         // A cancel tears the whole link down and builds it again; what the
-        // phone took of a write stays in the phone.
+        // phone took of a write stays in the phone. The phone still sends the
+        // rest of the cancelled reply: the new link lets it pass before its
+        // first command (serial_link.h), so the cancel itself waits for none of it.
         velk::EndLink(true);
         velk::ClearLastFailure();
-        if (!velk::StartLink(velk::g_nPort, velk::g_nBaud, velk::g_nSoftwareFlow)) {
-            velk::ClientWindow().Close();
-        }
+        velk::CSerialLink& serial = velk::CSerialLink::Instance();
+        serial.SettleAtNextStart(true);
+        const bool started = velk::StartLink(velk::g_nPort, velk::g_nBaud, velk::g_nSoftwareFlow);
+        serial.SettleAtNextStart(false);
+        if (!started) velk::ClientWindow().Close();
         return 1;
     });
 }

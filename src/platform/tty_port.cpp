@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <iterator>
 
 #include "platform/look_before_sleeping.h"
@@ -200,6 +201,25 @@ PortEvent WaitForPortInput(int fd, int stopFd, bool lookFirst) {
         if (entries[1].revents != 0) return PortEvent::kStopped;
         // Input that came just before a hang-up is still read; the read that
         // follows it reports the end.
+        if ((entries[0].revents & POLLIN) != 0) return PortEvent::kReadable;
+        if ((entries[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) return PortEvent::kFailed;
+    }
+}
+
+PortEvent WaitForPortInputWithin(int fd, int stopFd, int quietMs) {
+    pollfd entries[2] = {{fd, POLLIN, 0}, {stopFd, POLLIN, 0}};
+    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(quietMs);
+    for (;;) {
+        // A signal does not start the span again: the rest of it is waited.
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            until - std::chrono::steady_clock::now());
+        const int ready = poll(entries, 2, left.count() > 0 ? static_cast<int>(left.count()) : 0);
+        if (ready == 0) return PortEvent::kQuiet;
+        if (ready < 0) {
+            if (errno == EINTR) continue;
+            return PortEvent::kFailed;
+        }
+        if (entries[1].revents != 0) return PortEvent::kStopped;
         if ((entries[0].revents & POLLIN) != 0) return PortEvent::kReadable;
         if ((entries[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) return PortEvent::kFailed;
     }

@@ -52,6 +52,7 @@ enum class PortEvent {
     kReadable,  // input is there (or the port is about to report its end)
     kStopped,   // the stop descriptor is set
     kFailed,    // the device hung up or failed
+    kQuiet,     // nothing came within the time asked for (WaitForPortInputWithin)
 };
 
 // Waits without limit for input on `fd` or for `stopFd` to become readable.
@@ -59,6 +60,11 @@ enum class PortEvent {
 // looks for either for a short while before it sleeps (look_before_sleeping.h):
 // the next reply may be on its way already.
 PortEvent WaitForPortInput(int fd, int stopFd, bool lookFirst);
+
+// The same, but kQuiet once `quietMs` have passed with neither. The span is
+// the kernel's own poll time-out, real time: it measures how long the line
+// was silent, which no test clock can stand for.
+PortEvent WaitForPortInputWithin(int fd, int stopFd, int quietMs);
 
 // Reads what is there, at most `size` bytes, without waiting. Returns the
 // count, 0 when nothing is there after all (the input was flushed since the

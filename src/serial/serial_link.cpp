@@ -10,6 +10,7 @@
 #include "engine/message_numbers.h"
 #include "platform/look_before_sleeping.h"
 #include "platform/post_until_taken.h"
+#include "platform/tick_clock.h"
 #include "serial/port_devices.h"
 #include "serial/receive_queue.h"
 
@@ -35,6 +36,7 @@ CSerialLink::CSerialLink()
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters)
 int CSerialLink::StartLink(ThreadId worker, uint8_t port, uint32_t baudRate, bool softwareFlow) {
     std::lock_guard<std::mutex> life(lifecycleMutex_);
+    const bool settle = settleAtNextStart_.exchange(false);
     CloseAll();
     ResetState();
     stopRequested_.store(false);
@@ -64,6 +66,8 @@ int CSerialLink::StartLink(ThreadId worker, uint8_t port, uint32_t baudRate, boo
     workerThreadId_.store(worker);
     portFd_.store(fd);
     linkClosed_.store(0);
+    settleSince_ = GetTickCount();
+    settling_.store(settle);
     try {
         reader_ = std::thread(&CSerialLink::ReaderLoop, this);
     } catch (const std::system_error& e) {
@@ -103,6 +107,7 @@ void CSerialLink::StopLink() {
 
 void CSerialLink::RequestStop() {
     stopRequested_.store(true);
+    WakeSettleWaiters();
     std::lock_guard<std::mutex> hold(controlMutex_);
     stop_.Set();
 }
@@ -131,6 +136,9 @@ void CSerialLink::PostToWorker(uint32_t message, std::size_t count) {
 
 void CSerialLink::FailLink() {
     if (linkClosed_.exchange(1) != 0) return;
+    // A writer waiting for the settle would hold the worker from taking the
+    // message below.
+    WakeSettleWaiters();
     {
         std::lock_guard<std::mutex> hold(controlMutex_);
         stop_.Set();
@@ -146,6 +154,13 @@ void CSerialLink::FailLink() {
 }
 
 int CSerialLink::WritePort(const char* bytes, std::size_t count) {
+    if (settling_.load()) {
+        // The settle ends within its limit, or the link goes down.
+        std::unique_lock<std::mutex> lock(settleMutex_);
+        settleDone_.wait(lock, [this] {
+            return !settling_.load() || stopRequested_.load() || linkClosed_.load() != 0;
+        });
+    }
     std::lock_guard<std::mutex> hold(writeMutex_);
     const int fd = portFd_.load();
     // Once a stop is asked for, the link is on its way down; a command
@@ -163,6 +178,10 @@ void CSerialLink::ReaderLoop() {
     bool lineCame = false;
     LookHabit afterLine;
     for (;;) {
+        if (settling_.load()) {
+            if (!SettleStep(fd, stopFd, chunk.data(), chunk.size())) return;
+            continue;
+        }
         // After a line, the next one or the reply to the command that it
         // brings about may follow within microseconds, if the line is fast.
         const auto start = std::chrono::steady_clock::now();
@@ -191,6 +210,43 @@ void CSerialLink::ReaderLoop() {
         }
         lineCame = linesHandedOn_ != linesBefore;
     }
+}
+
+// What comes in the settle is the tail of a reply whose command the link no
+// longer knows: read and thrown away, never cut into lines.
+bool CSerialLink::SettleStep(int fd, int stopFd, char* buffer, std::size_t size) {
+    const PortEvent event = WaitForPortInputWithin(fd, stopFd, kSettleQuietMs);
+    if (event == PortEvent::kQuiet) {
+        EndSettle();
+        return true;
+    }
+    if (event == PortEvent::kStopped) return false;
+    long count = -1;
+    if (event == PortEvent::kReadable) {
+        std::lock_guard<std::mutex> receive(receiveMutex_);
+        count = ReadTtyPort(fd, buffer, size);
+    }
+    if (count < 0) {
+        FailLink();
+        return false;
+    }
+    if (GetTickCount() - settleSince_ >= kSettleLimitMs) EndSettle();
+    return true;
+}
+
+void CSerialLink::EndSettle() {
+    {
+        std::lock_guard<std::mutex> hold(settleMutex_);
+        settling_.store(false);
+    }
+    settleDone_.notify_all();
+}
+
+void CSerialLink::WakeSettleWaiters() {
+    // Taken and let go, so that a writer between its test and its wait
+    // cannot miss the wake.
+    { std::lock_guard<std::mutex> hold(settleMutex_); }
+    settleDone_.notify_all();
 }
 
 void CSerialLink::OnLine(const char* line, uint32_t length) {
@@ -228,6 +284,7 @@ void CSerialLink::ResetState() {
         assembler_.Reset();
     }
     receivePaused_.store(0);
+    EndSettle();
 }
 
 }  // namespace velk
