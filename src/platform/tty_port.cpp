@@ -206,6 +206,7 @@ PortEvent WaitForPortInput(int fd, int stopFd, bool lookFirst) {
     }
 }
 
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the port, then its stop descriptor
 PortEvent WaitForPortInputWithin(int fd, int stopFd, int quietMs) {
     pollfd entries[2] = {{fd, POLLIN, 0}, {stopFd, POLLIN, 0}};
     const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(quietMs);
