@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <iterator>
+#include <optional>
 
 #include "platform/look_before_sleeping.h"
 #include "platform/tty_baud.h"
@@ -184,6 +185,21 @@ void CloseTtyPort(int fd) {
     close(fd);
 }
 
+namespace {
+
+// What a poll of the port and its stop descriptor found; nothing when it
+// woke for neither (the stop comes first).
+std::optional<PortEvent> EventOf(const pollfd (&entries)[2]) {
+    if (entries[1].revents != 0) return PortEvent::kStopped;
+    // Input that came just before a hang-up is still read; the read that
+    // follows it reports the end.
+    if ((entries[0].revents & POLLIN) != 0) return PortEvent::kReadable;
+    if ((entries[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) return PortEvent::kFailed;
+    return std::nullopt;
+}
+
+}  // namespace
+
 PortEvent WaitForPortInput(int fd, int stopFd, bool lookFirst) {
     pollfd entries[2] = {{fd, POLLIN, 0}, {stopFd, POLLIN, 0}};
     const LookWindow window(lookFirst);
@@ -198,11 +214,7 @@ PortEvent WaitForPortInput(int fd, int stopFd, bool lookFirst) {
             if (errno == EINTR) continue;
             return PortEvent::kFailed;
         }
-        if (entries[1].revents != 0) return PortEvent::kStopped;
-        // Input that came just before a hang-up is still read; the read that
-        // follows it reports the end.
-        if ((entries[0].revents & POLLIN) != 0) return PortEvent::kReadable;
-        if ((entries[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) return PortEvent::kFailed;
+        if (const std::optional<PortEvent> event = EventOf(entries)) return *event;
     }
 }
 
@@ -220,9 +232,7 @@ PortEvent WaitForPortInputWithin(int fd, int stopFd, int quietMs) {
             if (errno == EINTR) continue;
             return PortEvent::kFailed;
         }
-        if (entries[1].revents != 0) return PortEvent::kStopped;
-        if ((entries[0].revents & POLLIN) != 0) return PortEvent::kReadable;
-        if ((entries[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) return PortEvent::kFailed;
+        if (const std::optional<PortEvent> event = EventOf(entries)) return *event;
     }
 }
 
