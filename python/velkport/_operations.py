@@ -94,13 +94,18 @@ def _fixed_text(raw: bytes, length: int) -> str:
     return raw[: min(length, len(raw))].decode("latin-1")
 
 
+def _fetch(getter: Callable[[Any], int], kind: Any, what: str) -> Any:
+    """The record a read left with the library, through its fetch export."""
+    pointer = ctypes.POINTER(kind)()
+    if getter(ctypes.byref(pointer)) != 1 or not pointer:
+        raise VelkportError(-1, f"the library held no {what} after reading it")
+    return pointer.contents
+
+
 def tone_info() -> Operation[ToneInfo]:
     doing = "reading the ring-tone information"
     expect((yield Request(n.library().velk_ReadMidInfo, doing)), n.MSG_MID_INFO_READ, doing)
-    info = ctypes.POINTER(n.MidInfoRecord)()
-    if n.library().velk_GetMidInfo(ctypes.byref(info)) != 1 or not info:
-        raise VelkportError(-1, "the library held no ring-tone information after reading it")
-    record = info.contents
+    record = _fetch(n.library().velk_GetMidInfo, n.MidInfoRecord, "ring-tone information")
     # The name fills all ten bytes or ends with a zero byte.
     name = bytes(record.name).split(b"\0", 1)[0].decode("latin-1")
     return ToneInfo(name, (record.infoNumber1, record.infoNumber2, record.infoNumber3))
@@ -111,10 +116,7 @@ def read_tone(slot: int) -> Operation[Tone]:
     doing = f"reading the tone in slot {slot}"
     library = n.library()
     expect((yield Request(lambda: library.velk_ReadMid(slot), doing)), n.MSG_MID_READ, doing)
-    pointer = ctypes.POINTER(n.MidRecord)()
-    if library.velk_GetMidData(ctypes.byref(pointer)) != 1 or not pointer:
-        raise VelkportError(-1, "the library held no tone after reading it")
-    record = pointer.contents
+    record = _fetch(library.velk_GetMidData, n.MidRecord, "tone")
     text = ctypes.string_at(record.data, record.size) if record.data else b""
     return Tone(slot, _fixed_text(bytes(record.name), record.nameLength), tone_data(text))
 
@@ -150,10 +152,7 @@ def image_info() -> Operation[ImageInfo]:
     doing = "reading the image information"
     library = n.library()
     expect((yield Request(library.velk_ReadAnimInfo, doing)), n.MSG_ANIM_INFO_READ, doing)
-    pointer = ctypes.POINTER(n.AnimInfoRecord)()
-    if library.velk_GetAnimInfo(ctypes.byref(pointer)) != 1 or not pointer:
-        raise VelkportError(-1, "the library held no image information after reading it")
-    record = pointer.contents
+    record = _fetch(library.velk_GetAnimInfo, n.AnimInfoRecord, "image information")
     ranges = list(record.frameRanges[: record.frameRangeCount]) if record.frameRanges else []
     images = [ImageRange(ranges[i], ranges[i + 1]) for i in range(0, len(ranges) - 1, 2)]
     values = (
@@ -174,10 +173,7 @@ def read_image(number: int) -> Operation[Image]:
     doing = f"reading image {number}"
     library = n.library()
     expect((yield Request(lambda: library.velk_ReadAnim(number), doing)), n.MSG_ANIM_READ, doing)
-    pointer = ctypes.POINTER(n.AnimRecord)()
-    if library.velk_GetAnimData(ctypes.byref(pointer)) != 1 or not pointer:
-        raise VelkportError(-1, "the library held no image after reading it")
-    record = pointer.contents
+    record = _fetch(library.velk_GetAnimData, n.AnimRecord, "image")
     text = ctypes.string_at(record.data, record.size).decode("latin-1") if record.data else ""
     # A shorter rest, when the phone sent one, is the last item.
     frames = [text[i : i + n.FRAME_LENGTH] for i in range(0, len(text), n.FRAME_LENGTH)]
